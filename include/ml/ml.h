@@ -1,0 +1,10 @@
+// Umbrella header: includes every family of the library.
+#ifndef ML_ML_H
+#define ML_ML_H
+
+#include <ml/types.h>
+
+#include <ml/precision.h>
+#include <ml/complex.h>
+
+#endif  // ML_ML_H
