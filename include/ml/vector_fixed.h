@@ -9,9 +9,10 @@
 //
 // Common members, shown for n components:
 //  - V(), V(int): all components 0 (the int is ignored: V<double>(5) is the zero vector).
-//  - V(T v): every component v.  V(const T* src): components from src[0..n-1] (not in 2D).
-//  - operator[](int i): i = 0, 1, ... gives x, y, ...; every index beyond (and every negative
-//    index other than those) gives the last component. No index is out of range.
+//  - V(T v): every component v.  V(x, y, ...): the components.  V(const T* src): components
+//    from src[0..n-1] (3D and 4D only).
+//  - operator[](int i): 0, 1, ... give x, y, ...; every other index, negative ones included,
+//    gives the last component. No index is out of range.
 //  - X(), Y(), Z(), W(): component access.  Dim(): the constant n.
 //  - Fill(const T*), Dump(T*): copy the components from or to an array (2D: Fill(x, y)).
 //  - operator* / operator/ (T): new vector; the division is not guarded (a zero divisor gives
@@ -29,6 +30,7 @@
 //    useAbs != 0; GetIndexOfMaxComponent / GetIndexOfMinComponent: its index, ties to the lower.
 //  - IsAlmostZero(p): 1 if -p <= Length() <= p.  IsAlmostUnit(p): 1 if -p <= Length() - 1 <= p.
 //  - AnnulateSmallComponents(p): components with |x_i| < p (strict) become 0.
+//    (p defaults to P in these three.)
 //  - SetToZero(), SetToConstant(v).
 //
 // Predicates return int (1 true, 0 false). Nothing throws; guarded operations report through their

@@ -5,7 +5,28 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <ostream>
 #include <type_traits>
+
+// Readable failure messages: "(x, y, ...)".
+template <class V>
+void PrintComponents(const V& v, std::ostream* os) {
+    *os << '(';
+    for (int i = 0; i < V::Dim(); ++i) *os << (i ? ", " : "") << v[i];
+    *os << ')';
+}
+template <class T>
+void PrintTo(const CMLVector2<T>& v, std::ostream* os) {
+    PrintComponents(v, os);
+}
+template <class T>
+void PrintTo(const CMLVector3<T>& v, std::ostream* os) {
+    PrintComponents(v, os);
+}
+template <class T>
+void PrintTo(const CMLVector4<T>& v, std::ostream* os) {
+    PrintComponents(v, os);
+}
 
 namespace {
 
@@ -75,7 +96,8 @@ TYPED_TEST(FixedVectorTyped, ConstructorsAndTheIgnoredInt) {
         EXPECT_EQ(constant[i], T(2.5));
     }
     V copy(constant);
-    copy = copy;  // self-assignment leaves the value
+    const V& same = copy;
+    copy = same;  // self-assignment leaves the value
     EXPECT_EQ(copy, constant);
 }
 
