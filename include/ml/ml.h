@@ -6,5 +6,6 @@
 
 #include <ml/precision.h>
 #include <ml/complex.h>
+#include <ml/vector_n.h>
 
 #endif  // ML_ML_H
