@@ -57,18 +57,25 @@ T* NewRaw(int n) {
     return n > 0 ? new T[n] : nullptr;
 }
 
+// Sum of term(i) over i < n in kLanes interleaved partial sums, added up in lane order, then the
+// tail in sequence.
+template <class T, class Term>
+T LaneSum(int n, Term term) {
+    T acc[kLanes] = {};
+    int i = 0;
+    for (; i + kLanes <= n; i += kLanes)
+        for (int l = 0; l < kLanes; ++l) acc[l] += term(i + l);
+    T s = T(0);
+    for (int l = 0; l < kLanes; ++l) s += acc[l];
+    for (; i < n; ++i) s += term(i);
+    return s;
+}
+
 // Sum of a[i] * b[i], i < n, without conjugation.
 template <class T>
 T DotRange(const T* a, const T* b, int n) {
     if constexpr (kIsReal<T>) {
-        T acc[kLanes] = {};
-        int i = 0;
-        for (; i + kLanes <= n; i += kLanes)
-            for (int l = 0; l < kLanes; ++l) acc[l] += a[i + l] * b[i + l];
-        T s = T(0);
-        for (int l = 0; l < kLanes; ++l) s += acc[l];
-        for (; i < n; ++i) s += a[i] * b[i];
-        return s;
+        return LaneSum<T>(n, [a, b](int i) { return a[i] * b[i]; });
     } else if constexpr (std::is_integral_v<T>) {
         // Wrapping arithmetic: an overflowing int dot product is defined, not undefined.
         using U = std::make_unsigned_t<T>;
@@ -84,33 +91,31 @@ T DotRange(const T* a, const T* b, int n) {
 
 template <class T>
 T SquareSum(const T* a, int n) {
-    T acc[kLanes] = {};
-    int i = 0;
-    for (; i + kLanes <= n; i += kLanes)
-        for (int l = 0; l < kLanes; ++l) acc[l] += a[i + l] * a[i + l];
-    T s = T(0);
-    for (int l = 0; l < kLanes; ++l) s += acc[l];
-    for (; i < n; ++i) s += a[i] * a[i];
-    return s;
+    return LaneSum<T>(n, [a](int i) { return a[i] * a[i]; });
 }
 
 template <class T>
 T SquareDistance(const T* a, const T* b, int n) {
-    T acc[kLanes] = {};
-    int i = 0;
-    for (; i + kLanes <= n; i += kLanes) {
-        for (int l = 0; l < kLanes; ++l) {
-            const T d = a[i + l] - b[i + l];
-            acc[l] += d * d;
+    return LaneSum<T>(n, [a, b](int i) {
+        const T d = a[i] - b[i];
+        return d * d;
+    });
+}
+
+// Index of the first element (or absolute value) that no later one beats; 0 for n < 2.
+template <class T, class Beats>
+int ExtremeIndex(const T* a, int n, int useAbs, Beats beats) {
+    if (n < 2) return 0;
+    int best = 0;
+    T m = useAbs ? std::fabs(a[0]) : a[0];
+    for (int i = 1; i < n; ++i) {
+        const T v = useAbs ? std::fabs(a[i]) : a[i];
+        if (beats(v, m)) {
+            m = v;
+            best = i;
         }
     }
-    T s = T(0);
-    for (int l = 0; l < kLanes; ++l) s += acc[l];
-    for (; i < n; ++i) {
-        const T d = a[i] - b[i];
-        s += d * d;
-    }
-    return s;
+    return best;
 }
 
 // Element-wise kernels writing a fresh result r (which never aliases the operands).
@@ -384,15 +389,7 @@ T CMLVectorN<T>::SquareLength() const {
 template <class T>
 T CMLVectorN<T>::Norm1() const {
     const T* a = this->m_data;
-    const int n = this->m_dim;
-    T acc[kLanes] = {};
-    int i = 0;
-    for (; i + kLanes <= n; i += kLanes)
-        for (int l = 0; l < kLanes; ++l) acc[l] += std::fabs(a[i + l]);
-    T s = T(0);
-    for (int l = 0; l < kLanes; ++l) s += acc[l];
-    for (; i < n; ++i) s += std::fabs(a[i]);
-    return s;
+    return LaneSum<T>(this->m_dim, [a](int i) { return std::fabs(a[i]); });
 }
 
 template <class T>
@@ -429,42 +426,12 @@ T CMLVectorN<T>::GetMinComponent(int useAbs) const {
 
 template <class T>
 int CMLVectorN<T>::GetIndexOfMaxComponent(int useAbs) const {
-    const T* a = this->m_data;
-    int best = 0;
-    if (useAbs) {
-        T m = this->m_dim > 0 ? std::fabs(a[0]) : T(0);
-        for (int i = 1; i < this->m_dim; ++i) {
-            const T v = std::fabs(a[i]);
-            if (v > m) {
-                m = v;
-                best = i;
-            }
-        }
-    } else {
-        for (int i = 1; i < this->m_dim; ++i)
-            if (a[i] > a[best]) best = i;
-    }
-    return best;
+    return ExtremeIndex(this->m_data, this->m_dim, useAbs, [](T v, T m) { return v > m; });
 }
 
 template <class T>
 int CMLVectorN<T>::GetIndexOfMinComponent(int useAbs) const {
-    const T* a = this->m_data;
-    int best = 0;
-    if (useAbs) {
-        T m = this->m_dim > 0 ? std::fabs(a[0]) : T(0);
-        for (int i = 1; i < this->m_dim; ++i) {
-            const T v = std::fabs(a[i]);
-            if (v < m) {
-                m = v;
-                best = i;
-            }
-        }
-    } else {
-        for (int i = 1; i < this->m_dim; ++i)
-            if (a[i] < a[best]) best = i;
-    }
-    return best;
+    return ExtremeIndex(this->m_data, this->m_dim, useAbs, [](T v, T m) { return v < m; });
 }
 
 template <class T>
