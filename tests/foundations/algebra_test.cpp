@@ -309,7 +309,7 @@ TEST(AlgebraThreeByThree, IllConditionedStatus) {
     EXPECT_NEAR(z, 100.0, 1e-12);
     EXPECT_EQ(AD::Solve3x3System(1, 0, 0, 0, 1, 0, 0, 0, 0.01, 1, 1, 1, x, y, z, status, 0.008), 1);
     EXPECT_EQ(status, 2);
-    // For a 3x3 system carrying a 2x2 block the test is the 2x2 one scaled by the third pivot.
+    // A nearly singular 2x2 block: sqrt(5.004 * 4.004) / 0.002 * 1e-3 = 2.24 > 1.
     EXPECT_EQ(AD::Solve3x3System(1, 1, 0, 1, 1.002, 0, 0, 0, 1, 2, 2.002, 1, x, y, z, status,
                                  1e-3),
               1);
