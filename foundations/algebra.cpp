@@ -74,7 +74,7 @@ void QuadraticToComplex(int code, T r1, T r2, CMLComplex<T>& x1, CMLComplex<T>& 
 // Combinatorics
 
 template <class T>
-T CMLAlgebra<T>::Permutations(T n) {
+T CMLAlgebra::Permutations(T n) {
     using C = CompareType<T>;
     if (C(n) < C(1.5)) return T(1);
     if constexpr (std::is_floating_point_v<T>) {
@@ -96,7 +96,7 @@ T CMLAlgebra<T>::Permutations(T n) {
 }
 
 template <class T>
-T CMLAlgebra<T>::Combinations(T n, T k) {
+T CMLAlgebra::Combinations(T n, T k) {
     if constexpr (std::is_floating_point_v<T>) {
         if (k > n - T(0.5) || k < T(0.5)) return T(1);
         if (k >= T(1.5) && k <= n - T(1.5) && (k < T(2.5) || k > n - T(2.5)))
@@ -119,7 +119,8 @@ T CMLAlgebra<T>::Combinations(T n, T k) {
         const W wk = static_cast<W>(k);
         const W m = wk < wn - wk ? wk : wn - wk;
         W c = wn;
-        for (W j = 2; j <= m; ++j) c = c * (wn + 1 - j) / j;
+        for (W j = 2; j <= m; ++j)
+            c = c * (wn + 1 - j) / j;
         return static_cast<T>(c);
     }
 }
@@ -128,13 +129,14 @@ T CMLAlgebra<T>::Combinations(T n, T k) {
 // Quadratic and cubic equations
 
 template <class T>
-int CMLAlgebra<T>::SolveReducedQuadratic(T p, T q, T& x1, T& x2, T prec) {
+int CMLAlgebra::SolveReducedQuadratic(T p, T q, T& x1, T& x2, ml::detail::non_deduced_t<T> prec) {
     const T D = T(0.25) * p * p - q;
     return QuadraticCases(D, T(-0.5) * p, prec, x1, x2);
 }
 
 template <class T>
-int CMLAlgebra<T>::SolveReducedQuadratic(T p, T q, CMLComplex<T>& x1, CMLComplex<T>& x2, T prec) {
+int CMLAlgebra::SolveReducedQuadratic(T p, T q, CMLComplex<T>& x1, CMLComplex<T>& x2,
+                                      ml::detail::non_deduced_t<T> prec) {
     T r1, r2;
     const int code = SolveReducedQuadratic(p, q, r1, r2, prec);
     QuadraticToComplex(code, r1, r2, x1, x2);
@@ -142,7 +144,7 @@ int CMLAlgebra<T>::SolveReducedQuadratic(T p, T q, CMLComplex<T>& x1, CMLComplex
 }
 
 template <class T>
-int CMLAlgebra<T>::SolveQuadratic(T a, T b, T c, T& x1, T& x2, T prec) {
+int CMLAlgebra::SolveQuadratic(T a, T b, T c, T& x1, T& x2, ml::detail::non_deduced_t<T> prec) {
     if (std::fabs(a) < prec) {
         if (std::fabs(b) < prec) {
             x1 = x2 = T(0);
@@ -157,7 +159,8 @@ int CMLAlgebra<T>::SolveQuadratic(T a, T b, T c, T& x1, T& x2, T prec) {
 }
 
 template <class T>
-int CMLAlgebra<T>::SolveQuadratic(T a, T b, T c, CMLComplex<T>& x1, CMLComplex<T>& x2, T prec) {
+int CMLAlgebra::SolveQuadratic(T a, T b, T c, CMLComplex<T>& x1, CMLComplex<T>& x2,
+                               ml::detail::non_deduced_t<T> prec) {
     T r1, r2;
     const int code = SolveQuadratic(a, b, c, r1, r2, prec);
     QuadraticToComplex(code, r1, r2, x1, x2);
@@ -165,7 +168,8 @@ int CMLAlgebra<T>::SolveQuadratic(T a, T b, T c, CMLComplex<T>& x1, CMLComplex<T
 }
 
 template <class T>
-int CMLAlgebra<T>::SolveReducedCubic(T a, T b, T c, T& x1, T& x2, T& x3, T prec) {
+int CMLAlgebra::SolveReducedCubic(T a, T b, T c, T& x1, T& x2, T& x3,
+                                  ml::detail::non_deduced_t<T> prec) {
     const T Q = (a * a - T(3) * b) / T(9);
     const T R = (T(2) * a * a * a - T(9) * a * b + T(27) * c) / T(54);
     const T Q3 = Q * Q * Q;
@@ -200,8 +204,8 @@ int CMLAlgebra<T>::SolveReducedCubic(T a, T b, T c, T& x1, T& x2, T& x3, T prec)
 }
 
 template <class T>
-int CMLAlgebra<T>::SolveReducedCubic(T a, T b, T c, CMLComplex<T>& x1, CMLComplex<T>& x2,
-                                     CMLComplex<T>& x3, T prec) {
+int CMLAlgebra::SolveReducedCubic(T a, T b, T c, CMLComplex<T>& x1, CMLComplex<T>& x2,
+                                  CMLComplex<T>& x3, ml::detail::non_deduced_t<T> prec) {
     T r1, r2, r3;
     const int code = SolveReducedCubic(a, b, c, r1, r2, r3, prec);
     x1.Set(r1, T(0));
@@ -219,7 +223,8 @@ int CMLAlgebra<T>::SolveReducedCubic(T a, T b, T c, CMLComplex<T>& x1, CMLComple
 // Linear systems
 
 template <class T>
-int CMLAlgebra<T>::Solve2x2System(T a, T b, T c, T d, T e, T f, T& x, T& y, int& status, T prec) {
+int CMLAlgebra::Solve2x2System(T a, T b, T c, T d, T e, T f, T& x, T& y, int& status,
+                               ml::detail::non_deduced_t<T> prec) {
     const T det = a * d - b * c;
     const T nx = d * e - b * f;
     const T ny = a * f - c * e;
@@ -253,8 +258,9 @@ int CMLAlgebra<T>::Solve2x2System(T a, T b, T c, T d, T e, T f, T& x, T& y, int&
 }
 
 template <class T>
-int CMLAlgebra<T>::Solve3x3System(T a11, T a12, T a13, T a21, T a22, T a23, T a31, T a32, T a33,
-                                  T b1, T b2, T b3, T& x, T& y, T& z, int& status, T prec) {
+int CMLAlgebra::Solve3x3System(T a11, T a12, T a13, T a21, T a22, T a23, T a31, T a32, T a33, T b1,
+                               T b2, T b3, T& x, T& y, T& z, int& status,
+                               ml::detail::non_deduced_t<T> prec) {
     const T A[3][3] = {{a11, a12, a13}, {a21, a22, a23}, {a31, a32, a33}};
     const T rhs[3] = {b1, b2, b3};
     // Cofactors: C[i][j] = (-1)^(i+j) times the minor without row i and column j.
@@ -270,7 +276,8 @@ int CMLAlgebra<T>::Solve3x3System(T a11, T a12, T a13, T a21, T a22, T a23, T a3
     const T det = a11 * C[0][0] + a12 * C[0][1] + a13 * C[0][2];
     // Cramer's numerators: D[j] = sum over i of rhs[i] * C[i][j].
     T D[3];
-    for (int j = 0; j < 3; ++j) D[j] = rhs[0] * C[0][j] + rhs[1] * C[1][j] + rhs[2] * C[2][j];
+    for (int j = 0; j < 3; ++j)
+        D[j] = rhs[0] * C[0][j] + rhs[1] * C[1][j] + rhs[2] * C[2][j];
     status = 1;
 
     if (std::fabs(det) > prec) {
@@ -316,7 +323,8 @@ int CMLAlgebra<T>::Solve3x3System(T a11, T a12, T a13, T a21, T a22, T a23, T a3
         solved = true;
         consistent = true;
         for (int k = 0; k < 3; ++k)
-            if (k != i && !(std::fabs(A[i][j] * rhs[k] - A[k][j] * rhs[i]) <= prec)) consistent = false;
+            if (k != i && !(std::fabs(A[i][j] * rhs[k] - A[k][j] * rhs[i]) <= prec))
+                consistent = false;
         if (!consistent) break;
         T rest = rhs[i];
         for (int l = 0; l < 3; ++l)
@@ -343,7 +351,7 @@ int CMLAlgebra<T>::Solve3x3System(T a11, T a12, T a13, T a21, T a22, T a23, T a3
 // Root finders
 
 template <class T>
-int CMLAlgebra<T>::DoSearchRootBrackets(T& x1, T& x2, Ref f) {
+int CMLAlgebra::DoSearchRootBrackets(T& x1, T& x2, ml::detail::function_ref<T> f) {
     T f1 = f(x1);
     T f2 = f(x2);
     for (int round = 0; round < kBracketRounds; ++round) {
@@ -360,7 +368,8 @@ int CMLAlgebra<T>::DoSearchRootBrackets(T& x1, T& x2, Ref f) {
 }
 
 template <class T>
-void CMLAlgebra<T>::DoNarrowRootBrackets(T x1, T x2, int n, int& nb, T* xb1, T* xb2, Ref f) {
+void CMLAlgebra::DoNarrowRootBrackets(T x1, T x2, int n, int& nb, T* xb1, T* xb2,
+                                      ml::detail::function_ref<T> f) {
     nb = 0;
     if (n < 1) return;
     const T dx = (x2 - x1) / static_cast<T>(n);
@@ -380,7 +389,7 @@ void CMLAlgebra<T>::DoNarrowRootBrackets(T x1, T x2, int n, int& nb, T* xb1, T* 
 }
 
 template <class T>
-T CMLAlgebra<T>::DoBisection(T x1, T x2, T tol, Ref f) {
+T CMLAlgebra::DoBisection(T x1, T x2, T tol, ml::detail::function_ref<T> f) {
     const T residual = T(kRootResidual);
     const T fa = f(x1);
     if (std::fabs(fa) <= residual) return x1;
@@ -400,7 +409,7 @@ T CMLAlgebra<T>::DoBisection(T x1, T x2, T tol, Ref f) {
 }
 
 template <class T>
-T CMLAlgebra<T>::DoSecant(T x1, T x2, T tol, Ref f) {
+T CMLAlgebra::DoSecant(T x1, T x2, T tol, ml::detail::function_ref<T> f) {
     const T residual = T(kRootResidual);
     T fl = f(x1);
     T fr = f(x2);
@@ -430,7 +439,7 @@ T CMLAlgebra<T>::DoSecant(T x1, T x2, T tol, Ref f) {
 }
 
 template <class T>
-T CMLAlgebra<T>::DoBrent(T x1, T x2, T tol, Ref f) {
+T CMLAlgebra::DoBrent(T x1, T x2, T tol, ml::detail::function_ref<T> f) {
     const T residual = T(kRootResidual);
     T a = x1, b = x2, c = x2;
     T fa = f(a), fb = f(b);
@@ -494,7 +503,8 @@ T CMLAlgebra<T>::DoBrent(T x1, T x2, T tol, Ref f) {
 }
 
 template <class T>
-int CMLAlgebra<T>::DoNewton(T x1, T x2, T tol, T& root, Ref f, Ref df) {
+int CMLAlgebra::DoNewton(T x1, T x2, T tol, T& root, ml::detail::function_ref<T> f,
+                         ml::detail::function_ref<T> df) {
     const T lo = x1 < x2 ? x1 : x2;
     const T hi = x1 < x2 ? x2 : x1;
     T rtn = T(0.5) * (x1 + x2);
@@ -517,7 +527,8 @@ int CMLAlgebra<T>::DoNewton(T x1, T x2, T tol, T& root, Ref f, Ref df) {
 }
 
 template <class T>
-T CMLAlgebra<T>::DoSafeNewton(T x1, T x2, T tol, Ref f, Ref df) {
+T CMLAlgebra::DoSafeNewton(T x1, T x2, T tol, ml::detail::function_ref<T> f,
+                           ml::detail::function_ref<T> df) {
     const T residual = T(kRootResidual);
     const T fl = f(x1);
     if (std::fabs(fl) < residual) return x1;
@@ -559,12 +570,11 @@ T CMLAlgebra<T>::DoSafeNewton(T x1, T x2, T tol, Ref f, Ref df) {
     return rts;
 }
 
-#define ML_ALGEBRA_DEFINE(T) template class CMLAlgebra<T>;
-ML_FOR_EACH_REAL(ML_ALGEBRA_DEFINE)
-#undef ML_ALGEBRA_DEFINE
-
-#define ML_ALGEBRA_INTEGER_DEFINE(T)           \
-    template T CMLAlgebra<T>::Permutations(T); \
-    template T CMLAlgebra<T>::Combinations(T, T);
-ML_FOR_EACH_ALGEBRA_INTEGER(ML_ALGEBRA_INTEGER_DEFINE)
-#undef ML_ALGEBRA_INTEGER_DEFINE
+#define ML_ALGEBRA_DEFINE_ONE(T, declaration) template ML_API declaration;
+#define ML_ALGEBRA_DEFINE_REAL(T) ML_ALGEBRA_REAL_MEMBERS(ML_ALGEBRA_DEFINE_ONE, T)
+#define ML_ALGEBRA_DEFINE_INTEGER(T) ML_ALGEBRA_INTEGER_MEMBERS(ML_ALGEBRA_DEFINE_ONE, T)
+ML_FOR_EACH_REAL(ML_ALGEBRA_DEFINE_REAL)
+ML_FOR_EACH_ALGEBRA_INTEGER(ML_ALGEBRA_DEFINE_INTEGER)
+#undef ML_ALGEBRA_DEFINE_REAL
+#undef ML_ALGEBRA_DEFINE_INTEGER
+#undef ML_ALGEBRA_DEFINE_ONE
