@@ -6,5 +6,7 @@
 
 #include <ml/precision.h>
 #include <ml/complex.h>
+#include <ml/algebra.h>
+#include <ml/vector_n.h>
 
 #endif  // ML_ML_H
