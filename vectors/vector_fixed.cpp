@@ -1,5 +1,8 @@
 #include <ml/vector_fixed.h>
 
+#include <ml/algebra.h>
+#include <ml/vector_n.h>
+
 #include <cmath>
 #include <limits>
 
@@ -63,6 +66,30 @@ V NormalizedIfLong(const V& u) {
 }  // namespace
 
 template <class T>
+CMLVector2<T>::CMLVector2(const CMLVectorN<T>& v) : x(v[0]), y(v[1]) {}
+
+template <class T>
+CMLVector2<T>& CMLVector2<T>::operator=(const CMLVectorN<T>& v) {
+    return *this = CMLVector2(v);
+}
+
+template <class T>
+CMLVector3<T>::CMLVector3(const CMLVectorN<T>& v) : x(v[0]), y(v[1]), z(v[2]) {}
+
+template <class T>
+CMLVector3<T>& CMLVector3<T>::operator=(const CMLVectorN<T>& v) {
+    return *this = CMLVector3(v);
+}
+
+template <class T>
+CMLVector4<T>::CMLVector4(const CMLVectorN<T>& v) : x(v[0]), y(v[1]), z(v[2]), w(v[3]) {}
+
+template <class T>
+CMLVector4<T>& CMLVector4<T>::operator=(const CMLVectorN<T>& v) {
+    return *this = CMLVector4(v);
+}
+
+template <class T>
 T CMLVector2<T>::Angle_0_360() const {
     const T a = std::atan2(y, x) * mlRadToDeg<T>;
     return a < 0 ? a + T(360) : a;
@@ -71,6 +98,36 @@ T CMLVector2<T>::Angle_0_360() const {
 template <class T>
 T CMLVector2<T>::Angle_MINUS_180_180() const {
     return std::atan2(y, x) * mlRadToDeg<T>;
+}
+
+template <class T>
+int CMLVector2<T>::DecomposeInBasis(const CMLVector2& e1, const CMLVector2& e2, T& c1, T& c2,
+                                    T precision) const {
+    T s1 = 0, s2 = 0;
+    int status = 0;
+    const int result =
+        CMLAlgebra::Solve2x2System(e1.x, e2.x, e1.y, e2.y, x, y, s1, s2, status, precision);
+    // An ill-conditioned system (status 2) is refused like a singular one.
+    if (result != 1 || status != 1) return 0;
+    c1 = s1;
+    c2 = s2;
+    return 1;
+}
+
+template <class T>
+int CMLVector3<T>::DecomposeInBasis(const CMLVector3& e1, const CMLVector3& e2,
+                                    const CMLVector3& e3, T& c1, T& c2, T& c3,
+                                    T precision) const {
+    T s1 = 0, s2 = 0, s3 = 0;
+    int status = 0;
+    const int result = CMLAlgebra::Solve3x3System(e1.x, e2.x, e3.x, e1.y, e2.y, e3.y, e1.z, e2.z,
+                                                  e3.z, x, y, z, s1, s2, s3, status, precision);
+    // An ill-conditioned system (status 2) is refused like a singular one.
+    if (result != 1 || status != 1) return 0;
+    c1 = s1;
+    c2 = s2;
+    c3 = s3;
+    return 1;
 }
 
 template <class T>

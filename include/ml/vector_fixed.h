@@ -10,7 +10,8 @@
 // Common members, shown for n components:
 //  - V(), V(int): all components 0 (the int is ignored: V<double>(5) is the zero vector).
 //  - V(T v): every component v.  V(x, y, ...): the components.  V(const T* src): components
-//    from src[0..n-1] (3D and 4D only).
+//    from src[0..n-1] (3D and 4D only).  V(const CMLVectorN<T>&) and operator= from it: the
+//    first n elements, the dimension of the dynamic vector unchecked.
 //  - operator[](int i): 0, 1, ... give x, y, ...; every other index, negative ones included,
 //    gives the last component. No index is out of range.
 //  - X(), Y(), Z(), W(): component access.  Dim(): the constant n.
@@ -40,6 +41,7 @@
 
 #include <ml/precision.h>
 #include <ml/types.h>
+#include <ml/vector_n.h>
 
 #include <cmath>
 #include <cstddef>
@@ -230,7 +232,8 @@ inline void AnnulateSmall(V& v, Elem<V> precision) {
 }  // namespace ml::detail::fixed_vector
 
 // Two components x, y. Besides the common members: the (x, y) constructor and Fill(x, y) in place
-// of the array forms, the polar angle in degrees and the quarter turn.
+// of the array forms, the polar angle in degrees, the quarter turn and the decomposition in a
+// basis.
 template <class T>
 class ML_API CMLVector2 {
 public:
@@ -241,6 +244,9 @@ public:
     constexpr explicit CMLVector2(int) : x(0), y(0) {}  // the argument is ignored
     constexpr explicit CMLVector2(T v) : x(v), y(v) {}
     constexpr CMLVector2(T vx, T vy) : x(vx), y(vy) {}
+    // The first 2 elements of a dynamic vector, whose dimension is not checked.
+    CMLVector2(const CMLVectorN<T>& v);  // NOLINT: converts implicitly, like the assignment
+    CMLVector2& operator=(const CMLVectorN<T>& v);
     CMLVector2(const CMLVector2&) = default;
     CMLVector2& operator=(const CMLVector2&) = default;
     ~CMLVector2() = default;
@@ -351,9 +357,15 @@ public:
     T Angle_MINUS_180_180() const;
     // (-y, x): the vector turned a quarter counter-clockwise; this one is unchanged.
     CMLVector2 Rotate90DegsCCW() const { return CMLVector2(-y, x); }
+    // Solves c1*e1 + c2*e2 = this with CMLAlgebra::Solve2x2System. Returns 1 and writes c1, c2
+    // only when the solver returns 1 with status 1 (a unique, well-conditioned solution); an
+    // ill-conditioned or singular basis returns 0 and leaves c1 and c2 unchanged.
+    int DecomposeInBasis(const CMLVector2& e1, const CMLVector2& e2, T& c1, T& c2,
+                         T precision = mlDefaultPrecision<T>) const;
 };
 
-// Three components x, y, z. Besides the common members: the cross product.
+// Three components x, y, z. Besides the common members: the cross product and the decomposition
+// in a basis.
 template <class T>
 class ML_API CMLVector3 {
 public:
@@ -366,6 +378,9 @@ public:
     constexpr explicit CMLVector3(T v) : x(v), y(v), z(v) {}
     constexpr CMLVector3(T vx, T vy, T vz) : x(vx), y(vy), z(vz) {}
     explicit CMLVector3(const T* src) : x(src[0]), y(src[1]), z(src[2]) {}
+    // The first 3 elements of a dynamic vector, whose dimension is not checked.
+    CMLVector3(const CMLVectorN<T>& v);  // NOLINT: converts implicitly, like the assignment
+    CMLVector3& operator=(const CMLVectorN<T>& v);
     CMLVector3(const CMLVector3&) = default;
     CMLVector3& operator=(const CMLVector3&) = default;
     ~CMLVector3() = default;
@@ -436,6 +451,11 @@ public:
     CMLVector3 Cross(const CMLVector3& b) const {
         return CMLVector3(y * b.z - z * b.y, z * b.x - x * b.z, x * b.y - y * b.x);
     }
+    // Solves c1*e1 + c2*e2 + c3*e3 = this (e1, e2, e3 the columns of the system) with
+    // CMLAlgebra::Solve3x3System. Returns 1 and writes c1, c2, c3 only when the solver returns 1
+    // with status 1; otherwise returns 0 and leaves them unchanged.
+    int DecomposeInBasis(const CMLVector3& e1, const CMLVector3& e2, const CMLVector3& e3, T& c1,
+                         T& c2, T& c3, T precision = mlDefaultPrecision<T>) const;
     T Length() const { return ml::detail::fixed_vector::Length(*this); }
     T NormEuclidean() const { return Length(); }
     T SquareLength() const { return ml::detail::fixed_vector::Dot(*this, *this); }
@@ -488,6 +508,9 @@ public:
     constexpr explicit CMLVector4(T v) : x(v), y(v), z(v), w(v) {}
     constexpr CMLVector4(T vx, T vy, T vz, T vw) : x(vx), y(vy), z(vz), w(vw) {}
     explicit CMLVector4(const T* src) : x(src[0]), y(src[1]), z(src[2]), w(src[3]) {}
+    // The first 4 elements of a dynamic vector, whose dimension is not checked.
+    CMLVector4(const CMLVectorN<T>& v);  // NOLINT: converts implicitly, like the assignment
+    CMLVector4& operator=(const CMLVectorN<T>& v);
     CMLVector4(const CMLVector4&) = default;
     CMLVector4& operator=(const CMLVector4&) = default;
     ~CMLVector4() = default;

@@ -1,5 +1,8 @@
 #include <ml/vector_fixed.h>
 
+#include <ml/algebra.h>
+#include <ml/vector_n.h>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -147,6 +150,28 @@ TEST(FixedVectorIndexing, EveryOtherIndexGivesTheLastComponent) {
     EXPECT_EQ(v3.y, 20);
     v3.X() = 10;
     EXPECT_EQ(v3.x, 10);
+}
+
+TYPED_TEST(FixedVectorReal, FromTheFirstElementsOfADynamicVector) {
+    using T = TypeParam;
+    const T src[5] = {1, 2, 3, 4, 5};
+    const CMLVectorN<T> n(5, src);
+    const CMLVector2<T> v2(n);
+    const CMLVector3<T> v3 = n;
+    const CMLVector4<T> v4(n);
+    EXPECT_EQ(v2, CMLVector2<T>(1, 2));
+    EXPECT_EQ(v3, CMLVector3<T>(1, 2, 3));
+    EXPECT_EQ(v4, CMLVector4<T>(1, 2, 3, 4));
+    const CMLVectorN<T> m(4, T(-1));
+    CMLVector2<T> a2;
+    CMLVector3<T> a3;
+    CMLVector4<T> a4;
+    a2 = m;
+    a3 = m;
+    a4 = m;
+    EXPECT_EQ(a2, CMLVector2<T>(T(-1)));
+    EXPECT_EQ(a3, CMLVector3<T>(T(-1)));
+    EXPECT_EQ(a4, CMLVector4<T>(T(-1)));
 }
 
 // ---- Arithmetic -------------------------------------------------------------------------------
@@ -336,6 +361,64 @@ TYPED_TEST(FixedVectorReal, CrossProduct) {
                              CMLVector3<T>(0, 0, 2)),
               T(2));
     EXPECT_EQ(mlCross2D(CMLVector2<T>(1, 2), CMLVector2<T>(3, 4)), T(-2));
+}
+
+TYPED_TEST(FixedVectorReal, DecomposeIn2DBasis) {
+    using T = TypeParam;
+    const CMLVector2<T> e1(2, 1), e2(-1, 1);
+    T c1 = 0, c2 = 0;
+    ASSERT_EQ(CMLVector2<T>(8, 1).DecomposeInBasis(e1, e2, c1, c2, mlDefaultPrecision<T>), 1);
+    EXPECT_EQ(c1, T(3));
+    EXPECT_EQ(c2, T(-2));
+    EXPECT_EQ(mlCombine2(e1, e2, c1, c2), CMLVector2<T>(8, 1));
+    // A singular basis fails and leaves the coefficients.
+    EXPECT_EQ(CMLVector2<T>(1, 1).DecomposeInBasis(CMLVector2<T>(1, 2), CMLVector2<T>(2, 4), c1, c2),
+              0);
+    EXPECT_EQ(c1, T(3));
+    EXPECT_EQ(c2, T(-2));
+}
+
+TYPED_TEST(FixedVectorReal, IllConditioned2DBasisIsRefused) {
+    using T = TypeParam;
+    const CMLVector2<T> e1(1, 0), e2(1, T(1e-3)), v = e1 + e2;
+    // The solver solves this system but reports it ill-conditioned (status 2) at 6e-4.
+    T x = 0, y = 0;
+    int status = 0;
+    ASSERT_EQ(CMLAlgebra::Solve2x2System(e1.x, e2.x, e1.y, e2.y, v.x, v.y, x, y, status, T(6e-4)), 1);
+    ASSERT_EQ(status, 2);
+    T c1 = 7, c2 = 7;
+    EXPECT_EQ(v.DecomposeInBasis(e1, e2, c1, c2, T(6e-4)), 0);
+    EXPECT_EQ(c1, T(7));
+    EXPECT_EQ(c2, T(7));
+    EXPECT_EQ(v.DecomposeInBasis(e1, e2, c1, c2, T(1e-4)), 1);
+    EXPECT_EQ(c1, T(1));
+    EXPECT_EQ(c2, T(1));
+}
+
+TYPED_TEST(FixedVectorReal, DecomposeIn3DBasis) {
+    using T = TypeParam;
+    const T tol = std::is_same_v<T, float> ? T(1e-6) : T(1e-15);
+    const CMLVector3<T> e1(1, 1, 0), e2(0, 1, 1), e3(1, 0, 1);
+    T c1 = 0, c2 = 0, c3 = 0;
+    ASSERT_EQ(CMLVector3<T>(5, 1, 2).DecomposeInBasis(e1, e2, e3, c1, c2, c3), 1);
+    EXPECT_NEAR(c1, T(2), tol);
+    EXPECT_NEAR(c2, T(-1), tol);
+    EXPECT_NEAR(c3, T(3), tol);
+    // Singular: e3 in the plane of e1 and e2.
+    EXPECT_EQ(CMLVector3<T>(1, 2, 3).DecomposeInBasis(e1, e2, e1 + e2, c1, c2, c3), 0);
+    EXPECT_NEAR(c3, T(3), tol);
+    // Ill-conditioned at this precision: solved by the solver (status 2), refused here.
+    const CMLVector3<T> f1(1, 0, 0), f2(0, 1, 0), f3(0, 0, T(1e-3)), v(1, 1, T(1e-3));
+    T x = 0, y = 0, z = 0;
+    int status = 0;
+    ASSERT_EQ(CMLAlgebra::Solve3x3System(T(1), T(0), T(0), T(0), T(1), T(0), T(0), T(0), T(1e-3),
+                                         v.x, v.y, v.z, x, y, z, status, T(8e-4)),
+              1);
+    ASSERT_EQ(status, 2);
+    EXPECT_EQ(v.DecomposeInBasis(f1, f2, f3, c1, c2, c3, T(8e-4)), 0);
+    EXPECT_NEAR(c1, T(2), tol);
+    EXPECT_EQ(v.DecomposeInBasis(f1, f2, f3, c1, c2, c3, T(1e-6)), 1);
+    EXPECT_NEAR(c3, T(1), tol);
 }
 
 // ---- Distances and tolerance tests ------------------------------------------------------------
