@@ -8,5 +8,6 @@
 #include <ml/complex.h>
 #include <ml/algebra.h>
 #include <ml/vector_n.h>
+#include <ml/vector_fixed.h>
 
 #endif  // ML_ML_H
