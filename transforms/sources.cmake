@@ -1,3 +1,5 @@
 # Subsystem 4: quaternions, rotation orders, 2D transforms.
 list(APPEND ML_SOURCES)
 list(APPEND ML_PUBLIC_HEADERS)
+list(APPEND ML_SOURCES transforms/quaternion.cpp)
+list(APPEND ML_PUBLIC_HEADERS include/ml/quaternion.h)
