@@ -5,8 +5,8 @@
 #include <ml/quaternion.h>
 #include <ml/vector_fixed.h>
 
-#include <Eigen/Geometry>
 #include <benchmark/benchmark.h>
+#include <Eigen/Geometry>
 #include <glm/gtc/quaternion.hpp>
 
 #include <cmath>
@@ -19,19 +19,26 @@ constexpr int kVectors = 10000000;
 constexpr int kProducts = 1000000;
 
 struct Data {
-    std::vector<double> vectors;    // kVectors * 3: x, y, z
-    std::vector<double> quat_a;     // kProducts * 4: w, x, y, z
+    std::vector<double> vectors;  // kVectors * 3: x, y, z
+    std::vector<double> quat_a;   // kProducts * 4: w, x, y, z
     std::vector<double> quat_b;
-    double rotation[4];             // a unit quaternion w, x, y, z
-    Data() : vectors(3 * static_cast<std::size_t>(kVectors)), quat_a(4 * kProducts), quat_b(4 * kProducts) {
+    double rotation[4];  // a unit quaternion w, x, y, z
+    Data()
+        : vectors(3 * static_cast<std::size_t>(kVectors)),
+          quat_a(4 * kProducts),
+          quat_b(4 * kProducts) {
         std::mt19937_64 rng(11);
         std::uniform_real_distribution<double> u(-10.0, 10.0);
-        for (double& v : vectors) v = u(rng);
-        for (double& v : quat_a) v = u(rng) / 10;
-        for (double& v : quat_b) v = u(rng) / 10;
+        for (double& v : vectors)
+            v = u(rng);
+        for (double& v : quat_a)
+            v = u(rng) / 10;
+        for (double& v : quat_b)
+            v = u(rng) / 10;
         const double r[4] = {0.9, -0.2, 0.3, 0.4};
         const double n = std::sqrt(r[0] * r[0] + r[1] * r[1] + r[2] * r[2] + r[3] * r[3]);
-        for (int k = 0; k < 4; ++k) rotation[k] = r[k] / n;
+        for (int k = 0; k < 4; ++k)
+            rotation[k] = r[k] / n;
     }
 };
 
@@ -67,7 +74,8 @@ void BM_EigenRotate(benchmark::State& state) {
         const double* in = d.vectors.data();
         double* o = out.data();
         for (int i = 0; i < kVectors; ++i) {
-            Eigen::Map<Eigen::Vector3d>(o + 3 * i) = q * Eigen::Map<const Eigen::Vector3d>(in + 3 * i);
+            Eigen::Map<Eigen::Vector3d>(o + 3 * i) =
+                q * Eigen::Map<const Eigen::Vector3d>(in + 3 * i);
         }
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
@@ -106,8 +114,8 @@ void BM_MlProduct(benchmark::State& state) {
         for (int i = 0; i < kProducts; ++i) {
             const double* p = a + 4 * i;
             const double* q = b + 4 * i;
-            const CMLQuaternion<double> r =
-                CMLQuaternion<double>(p[0], p[1], p[2], p[3]) * CMLQuaternion<double>(q[0], q[1], q[2], q[3]);
+            const CMLQuaternion<double> r = CMLQuaternion<double>(p[0], p[1], p[2], p[3]) *
+                                            CMLQuaternion<double>(q[0], q[1], q[2], q[3]);
             o[4 * i] = r.w;
             o[4 * i + 1] = r.x;
             o[4 * i + 2] = r.y;
@@ -129,8 +137,8 @@ void BM_EigenProduct(benchmark::State& state) {
         for (int i = 0; i < kProducts; ++i) {
             const double* p = a + 4 * i;
             const double* q = b + 4 * i;
-            const Eigen::Quaterniond r =
-                Eigen::Quaterniond(p[0], p[1], p[2], p[3]) * Eigen::Quaterniond(q[0], q[1], q[2], q[3]);
+            const Eigen::Quaterniond r = Eigen::Quaterniond(p[0], p[1], p[2], p[3]) *
+                                         Eigen::Quaterniond(q[0], q[1], q[2], q[3]);
             o[4 * i] = r.w();
             o[4 * i + 1] = r.x();
             o[4 * i + 2] = r.y();
@@ -152,7 +160,8 @@ void BM_GlmProduct(benchmark::State& state) {
         for (int i = 0; i < kProducts; ++i) {
             const double* p = a + 4 * i;
             const double* q = b + 4 * i;
-            const glm::dquat r = glm::dquat(p[0], p[1], p[2], p[3]) * glm::dquat(q[0], q[1], q[2], q[3]);
+            const glm::dquat r =
+                glm::dquat(p[0], p[1], p[2], p[3]) * glm::dquat(q[0], q[1], q[2], q[3]);
             o[4 * i] = r.w;
             o[4 * i + 1] = r.x;
             o[4 * i + 2] = r.y;

@@ -127,13 +127,20 @@ CMLQuaternion<T> mlEulerToQuaternion(T a, T b, T c, mlRotationsOrder order) {
     const CMLQuaternion<T> qy = Half(b, 1);
     const CMLQuaternion<T> qz = Half(c, 2);
     switch (static_cast<int>(order)) {
-        case mlXYZ: return qz * qy * qx;
-        case mlXZY: return qy * qz * qx;
-        case mlYXZ: return qz * qx * qy;
-        case mlYZX: return qx * qz * qy;
-        case mlZYX: return qx * qy * qz;
-        case mlZXY: return qy * qx * qz;
-        default: return CMLQuaternion<T>();
+        case mlXYZ:
+            return qz * qy * qx;
+        case mlXZY:
+            return qy * qz * qx;
+        case mlYXZ:
+            return qz * qx * qy;
+        case mlYZX:
+            return qx * qz * qy;
+        case mlZYX:
+            return qx * qy * qz;
+        case mlZXY:
+            return qy * qx * qz;
+        default:
+            return CMLQuaternion<T>();
     }
 }
 

@@ -161,8 +161,8 @@ public:
     // The vector q v q*: v rotated by a unit quaternion. For a non-unit quaternion the result is
     // also scaled by its squared length, as the product q v q* is.
     CMLVector3<T> Rotate(const CMLVector3<T>& v) const {
-        // q v q* = (w^2 - u.u) v + (u.v) 2u + 2w (u x v), u the vector part. The factors that do not
-        // depend on v come first, so a loop over many vectors computes them once.
+        // q v q* = (w^2 - u.u) v + (u.v) 2u + 2w (u x v), u the vector part. The factors that do
+        // not depend on v come first, so a loop over many vectors computes them once.
         const T a = w * w - (x * x + y * y + z * z);
         const T x2 = x + x, y2 = y + y, z2 = z + z, w2 = w + w;
         const T d = x * v.x + y * v.y + z * v.z;
@@ -218,10 +218,12 @@ public:
     }
     // The Hamilton product this * q (this on the left): as rotations, q acts first.
     CMLQuaternion operator*(const CMLQuaternion& q) const {
+        // clang-format off
         return CMLQuaternion(w * q.w - x * q.x - y * q.y - z * q.z,
                              w * q.x + x * q.w + y * q.z - z * q.y,
                              w * q.y - x * q.z + y * q.w + z * q.x,
                              w * q.z + x * q.y - y * q.x + z * q.w);
+        // clang-format on
     }
     CMLQuaternion& operator*=(const CMLQuaternion& q) { return *this = *this * q; }
 
@@ -242,8 +244,8 @@ public:
 template <class T>
 ML_API CMLQuaternion<T> mlEulerToQuaternion(T a, T b, T c, mlRotationsOrder order);
 
-#define ML_QUATERNION_INSTANCES(KW, T)                                                            \
-    KW class CMLQuaternion<T>;                                                                     \
+#define ML_QUATERNION_INSTANCES(KW, T) \
+    KW class CMLQuaternion<T>;         \
     KW ML_API CMLQuaternion<T> mlEulerToQuaternion<T>(T, T, T, mlRotationsOrder);
 
 #define ML_QUATERNION_EXTERN(T) ML_QUATERNION_INSTANCES(extern template, T)

@@ -173,11 +173,11 @@ TYPED_TEST(QuaternionTyped, PredicatesAndTheirBoundaries) {
     using T = TypeParam;
     using Q = CMLQuaternion<T>;
     EXPECT_EQ(Q().IsUnit(T(1e-3)), 1);
-    EXPECT_EQ(Q().IsUnit(T(0)), 0);  // strict: |0| < 0 is false
+    EXPECT_EQ(Q().IsUnit(T(0)), 0);                    // strict: |0| < 0 is false
     EXPECT_EQ(Q(0, T(1.5), 0, 0).IsUnit(T(1.25)), 0);  // |2.25 - 1| = 1.25, strict
     EXPECT_EQ(Q(0, T(1.5), 0, 0).IsUnit(T(1.25) + T(1e-3)), 1);
     EXPECT_EQ(Q(T(0.5), 0, 0, 0).IsUnit(T(0.75) + T(1e-3)), 1);  // below 1 too
-    EXPECT_EQ(Q(T(0.5), 1, 1, 1).IsPure(T(0.5)), 0);  // strict
+    EXPECT_EQ(Q(T(0.5), 1, 1, 1).IsPure(T(0.5)), 0);             // strict
     EXPECT_EQ(Q(T(0.25), 1, 1, 1).IsPure(T(0.5)), 1);
     EXPECT_EQ(Q(T(-0.25), 1, 1, 1).IsPure(T(0.5)), 1);
     EXPECT_EQ(Q(T(1.5), T(0.5), T(-0.5), 0).IsIdentity(T(0.5)), 1);  // inclusive
@@ -286,9 +286,12 @@ TYPED_TEST(QuaternionTyped, RightHandedAxisRotations) {
     using T = TypeParam;
     const T t = T(10) * Tol<T>();
     const T q = mlPi<T> / 2;
-    EXPECT_TRUE(Near(AxisQuaternion(q, 0).Rotate(CMLVector3<T>(0, 1, 0)), CMLVector3<T>(0, 0, 1), t));
-    EXPECT_TRUE(Near(AxisQuaternion(q, 1).Rotate(CMLVector3<T>(0, 0, 1)), CMLVector3<T>(1, 0, 0), t));
-    EXPECT_TRUE(Near(AxisQuaternion(q, 2).Rotate(CMLVector3<T>(1, 0, 0)), CMLVector3<T>(0, 1, 0), t));
+    EXPECT_TRUE(
+        Near(AxisQuaternion(q, 0).Rotate(CMLVector3<T>(0, 1, 0)), CMLVector3<T>(0, 0, 1), t));
+    EXPECT_TRUE(
+        Near(AxisQuaternion(q, 1).Rotate(CMLVector3<T>(0, 0, 1)), CMLVector3<T>(1, 0, 0), t));
+    EXPECT_TRUE(
+        Near(AxisQuaternion(q, 2).Rotate(CMLVector3<T>(1, 0, 0)), CMLVector3<T>(0, 1, 0), t));
 }
 
 // ---- Arithmetic --------------------------------------------------------------------------------
@@ -448,9 +451,11 @@ TYPED_TEST(QuaternionTyped, EulerOrderNamesTheSequenceActingOnAVector) {
     const CMLVector3<T> v(T(0.5), T(-2), T(1.5));
     const T t = T(20) * Tol<T>();
     // Y, then Z, then X.
-    EXPECT_TRUE(Near(mlEulerToQuaternion(a, b, c, mlYZX).Rotate(v), qx.Rotate(qz.Rotate(qy.Rotate(v))), t));
+    EXPECT_TRUE(
+        Near(mlEulerToQuaternion(a, b, c, mlYZX).Rotate(v), qx.Rotate(qz.Rotate(qy.Rotate(v))), t));
     // Z, then X, then Y.
-    EXPECT_TRUE(Near(mlEulerToQuaternion(a, b, c, mlZXY).Rotate(v), qy.Rotate(qx.Rotate(qz.Rotate(v))), t));
+    EXPECT_TRUE(
+        Near(mlEulerToQuaternion(a, b, c, mlZXY).Rotate(v), qy.Rotate(qx.Rotate(qz.Rotate(v))), t));
 }
 
 TYPED_TEST(QuaternionTyped, EulerAnglesAreNotWrapped) {
@@ -464,8 +469,10 @@ TYPED_TEST(QuaternionTyped, EulerAnglesAreNotWrapped) {
 TYPED_TEST(QuaternionTyped, OrderOutsideTheTableGivesTheIdentity) {
     using T = TypeParam;
     const CMLQuaternion<T> id;
-    EXPECT_TRUE(Near(mlEulerToQuaternion(T(0.1), T(0.2), T(0.3), static_cast<mlRotationsOrder>(6)), id, T(0)));
-    EXPECT_TRUE(Near(mlEulerToQuaternion(T(0.1), T(0.2), T(0.3), static_cast<mlRotationsOrder>(-1)), id, T(0)));
+    EXPECT_TRUE(Near(mlEulerToQuaternion(T(0.1), T(0.2), T(0.3), static_cast<mlRotationsOrder>(6)),
+                     id, T(0)));
+    EXPECT_TRUE(Near(mlEulerToQuaternion(T(0.1), T(0.2), T(0.3), static_cast<mlRotationsOrder>(-1)),
+                     id, T(0)));
 }
 
 }  // namespace
