@@ -6,5 +6,6 @@
 
 #include <ml/precision.h>
 #include <ml/complex.h>
+#include <ml/matrix_mn.h>
 
 #endif  // ML_ML_H
