@@ -6,6 +6,8 @@
 
 #include <ml/precision.h>
 #include <ml/complex.h>
+#include <ml/algebra.h>
+#include <ml/vector_n.h>
 #include <ml/matrix_mn.h>
 
 #endif  // ML_ML_H
