@@ -117,7 +117,7 @@ CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols) : m_rows(rows), m_cols(cols)
 }
 
 template <class T>
-CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols, Uninitialised) : m_rows(rows), m_cols(cols) {
+CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols, ml::detail::uninitialized_t) : m_rows(rows), m_cols(cols) {
     const long n = Size();
     m_data = n != 0 ? new T[n] : nullptr;
 }
@@ -127,13 +127,13 @@ CMLBaseMatrix<T>::CMLBaseMatrix(int n, const T* src) : CMLBaseMatrix(n, n, src) 
 
 template <class T>
 CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols, const T* src)
-    : CMLBaseMatrix(rows, cols, Uninitialised{}) {
+    : CMLBaseMatrix(rows, cols, ml::detail::uninitialized_t{}) {
     CopyElements(m_data, src, Size());
 }
 
 template <class T>
 CMLBaseMatrix<T>::CMLBaseMatrix(const CMLBaseMatrix& o)
-    : CMLBaseMatrix(o.m_rows, o.m_cols, Uninitialised{}) {
+    : CMLBaseMatrix(o.m_rows, o.m_cols, ml::detail::uninitialized_t{}) {
     CopyElements(m_data, o.m_data, Size());
 }
 
@@ -187,6 +187,53 @@ void CMLBaseMatrix<T>::Row(int i, T* dst) const {
 template <class T>
 void CMLBaseMatrix<T>::Column(int j, T* dst) const {
     for (int i = 0; i < m_rows; ++i) CopyElement(dst[i], m_data[i * m_cols + j]);
+}
+
+template <class T>
+void CMLBaseMatrix<T>::SetRowVector(int i, const CMLBaseVector<T>& v) {
+    T* row = m_data + static_cast<long>(i) * m_cols;
+    for (int j = 0; j < m_cols; ++j) CopyElement(row[j], v[j]);
+}
+
+template <class T>
+void CMLBaseMatrix<T>::SetColVector(int j, const CMLBaseVector<T>& v) {
+    for (int i = 0; i < m_rows; ++i) CopyElement(m_data[i * m_cols + j], v[i]);
+}
+
+template <class T>
+void CMLBaseMatrix<T>::SetPartRowVector(int i, int from, int to, int start,
+                                        const CMLBaseVector<T>& v) {
+    T* row = m_data + static_cast<long>(i) * m_cols;
+    for (int j = from; j <= to; ++j) CopyElement(row[j], v[start + j - from]);
+}
+
+template <class T>
+void CMLBaseMatrix<T>::SetPartColVector(int j, int from, int to, int start,
+                                        const CMLBaseVector<T>& v) {
+    for (int i = from; i <= to; ++i) CopyElement(m_data[i * m_cols + j], v[start + i - from]);
+}
+
+template <class T>
+CMLBaseVector<T> CMLBaseMatrix<T>::RowVector(int i) const {
+    CMLBaseVector<T> v(m_cols);
+    const T* row = m_data + static_cast<long>(i) * m_cols;
+    for (int j = 0; j < m_cols; ++j) CopyElement(v[j], row[j]);
+    return v;
+}
+
+template <class T>
+CMLBaseVector<T> CMLBaseMatrix<T>::ColVector(int j) const {
+    CMLBaseVector<T> v(m_rows);
+    for (int i = 0; i < m_rows; ++i) CopyElement(v[i], m_data[i * m_cols + j]);
+    return v;
+}
+
+template <class T>
+CMLBaseVector<T> CMLBaseMatrix<T>::Diagonal() const {
+    const int k = m_rows < m_cols ? m_rows : m_cols;
+    CMLBaseVector<T> v(k > 0 ? k : 0);
+    for (int i = 0; i < k; ++i) CopyElement(v[i], m_data[i * m_cols + i]);
+    return v;
 }
 
 template <class T>
@@ -287,7 +334,7 @@ void CMLBaseMatrix<T>::Mul(T x) {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator+(const CMLBaseMatrix& b) const {
-    CMLBaseMatrix r(m_rows, m_cols, Uninitialised{});
+    CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
     for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] + b.m_data[i];
     return r;
@@ -295,7 +342,7 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::operator+(const CMLBaseMatrix& b) const {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator-(const CMLBaseMatrix& b) const {
-    CMLBaseMatrix r(m_rows, m_cols, Uninitialised{});
+    CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
     for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] - b.m_data[i];
     return r;
@@ -303,7 +350,7 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::operator-(const CMLBaseMatrix& b) const {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator*(T x) const {
-    CMLBaseMatrix r(m_rows, m_cols, Uninitialised{});
+    CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
     for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] * x;
     return r;
@@ -311,7 +358,7 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::operator*(T x) const {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator/(T x) const {
-    CMLBaseMatrix r(m_rows, m_cols, Uninitialised{});
+    CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
     for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] / x;
     return r;
@@ -319,7 +366,7 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::operator/(T x) const {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::Negate() const {
-    CMLBaseMatrix r(m_rows, m_cols, Uninitialised{});
+    CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
     for (long i = 0; i < n; ++i) r.m_data[i] = -m_data[i];
     return r;
@@ -327,7 +374,7 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::Negate() const {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::Transpose() const {
-    CMLBaseMatrix r(m_cols, m_rows, Uninitialised{});
+    CMLBaseMatrix r(m_cols, m_rows, ml::detail::uninitialized_t{});
     constexpr int kTile = 16;
     for (int i0 = 0; i0 < m_rows; i0 += kTile) {
         const int i1 = i0 + kTile < m_rows ? i0 + kTile : m_rows;
@@ -345,7 +392,7 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::Transpose() const {
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator*(const CMLBaseMatrix& b) const {
-    CMLBaseMatrix r(m_rows, b.m_cols, Uninitialised{});
+    CMLBaseMatrix r(m_rows, b.m_cols, ml::detail::uninitialized_t{});
     const int m = m_rows, n = b.m_cols, k = m_cols;
     if (m <= 0 || n <= 0) return r;
     if constexpr (kIsReal<T>) {
@@ -359,6 +406,23 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::operator*(const CMLBaseMatrix& b) const {
                 const T* bp = b.m_data + static_cast<long>(p) * n;
                 for (int j = 0; j < n; ++j) ri[j] += aip * bp[j];
             }
+        }
+    }
+    return r;
+}
+
+template <class T>
+CMLBaseVector<T> CMLBaseMatrix<T>::operator*(const CMLBaseVector<T>& v) const {
+    CMLBaseVector<T> r(m_rows);
+    const int k = m_cols;
+    if (m_rows <= 0) return r;
+    if (k > 0) {
+        const T* x = &v[0];
+        for (int i = 0; i < m_rows; ++i) {
+            const T* row = m_data + static_cast<long>(i) * k;
+            T sum = T(0);
+            for (int p = 0; p < k; ++p) sum += row[p] * x[p];
+            CopyElement(r[i], sum);
         }
     }
     return r;

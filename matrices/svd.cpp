@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <new>
 
 namespace {
 
@@ -41,6 +42,177 @@ std::size_t Count(long a, long b = 1) {
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Singular value decomposition
+
+template <class T>
+int CMLMatrixMN<T>::SV_Decomposition(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s,
+                                     T eps) const {
+    const int m = this->m_rows, n = this->m_cols, k = m < n ? m : n;
+    const int uCols = U.m_cols, vCols = V.m_cols;
+    if (U.m_rows != m || (uCols != k && uCols != m)) return 0;
+    if (V.m_rows != n || (vCols != k && vCols != n)) return 0;
+    if (s.Dim() < k) return 0;
+    Buffer<T> sv;
+    if (!sv.Reset(Count(k))) return 0;
+    if (!ml::detail::Svd<T>(m, n, this->m_data, n, 1, sv.Get(), U.m_data, uCols, uCols, V.m_data,
+                            vCols, vCols, eps)) {
+        return 0;
+    }
+    for (int i = 0; i < s.Dim(); ++i) s[i] = i < k ? sv[i] : T(0);
+    return 1;
+}
+
+template <class T>
+int CMLMatrixMN<T>::SingDecomp2D(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s, T eps) const {
+    if (this->m_rows != 2 || this->m_cols != 2) return SV_Decomposition(U, V, s, eps);
+    if (U.m_rows != 2 || U.m_cols != 2 || V.m_rows != 2 || V.m_cols != 2 || s.Dim() < 2) {
+        return 0;
+    }
+    const T* a = this->m_data;
+    for (int i = 0; i < 4; ++i) {
+        if (!std::isfinite(a[i])) return 0;
+    }
+    // A = G1 R with G1 = (c -s; s c) and R upper triangular.
+    T c, sn, r;
+    ml::detail::MakeRotation(a[0], a[2], c, sn, r);
+    const T r01 = c * a[1] + sn * a[3];
+    const T r11 = c * a[3] - sn * a[1];
+    // (csl snl; -snl csl) R (csr -snr; snr csr) = diag(smax, smin), so A = (G1 L) D Rm^T with
+    // L = (csl -snl; snl csl) and Rm = (csr -snr; snr csr).
+    T smin, smax, snr, csr, snl, csl;
+    ml::detail::Svd2x2Upper(r, r01, r11, smin, smax, snr, csr, snl, csl);
+    T u00 = c * csl - sn * snl, u01 = -c * snl - sn * csl;
+    T u10 = sn * csl + c * snl, u11 = -sn * snl + c * csl;
+    if (smax < T(0)) {
+        smax = -smax;
+        u00 = -u00;
+        u10 = -u10;
+    }
+    if (smin < T(0)) {
+        smin = -smin;
+        u01 = -u01;
+        u11 = -u11;
+    }
+    U.m_data[0] = u00;
+    U.m_data[1] = u01;
+    U.m_data[2] = u10;
+    U.m_data[3] = u11;
+    V.m_data[0] = csr;
+    V.m_data[1] = -snr;
+    V.m_data[2] = snr;
+    V.m_data[3] = csr;
+    for (int i = 0; i < s.Dim(); ++i) s[i] = i == 0 ? smax : (i == 1 ? smin : T(0));
+    return 1;
+}
+
+template <class T>
+int CMLMatrixMN<T>::ThinSVD(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s) {
+    const int m = this->m_rows, n = this->m_cols, k = m < n ? m : n;
+    if (U.m_rows != m || U.m_cols != k || V.m_rows != n || V.m_cols != k || s.Dim() < k) return 1;
+    T* fresh = nullptr;
+    if (!m_singularValues) {
+        fresh = new (std::nothrow) T[k > 0 ? k : 0];
+        if (!fresh) return 2;
+    }
+    Buffer<T> sv;
+    if (!sv.Reset(Count(k)) ||
+        !ml::detail::Svd<T>(m, n, this->m_data, n, 1, sv.Get(), U.m_data, k, k, V.m_data, k, k,
+                            T(0))) {
+        delete[] fresh;
+        return 1;
+    }
+    if (fresh) m_singularValues = fresh;
+    for (int i = 0; i < s.Dim(); ++i) s[i] = i < k ? sv[i] : T(0);
+    CacheSingularValues(sv.Get(), k);
+    return 0;
+}
+
+namespace {
+
+// Copies the transpose of the m x n row-major a into t (n x m) and back.
+template <class T>
+void TransposeInto(int m, int n, const T* a, T* t) {
+    for (int i = 0; i < m; ++i) {
+        for (int j = 0; j < n; ++j) t[static_cast<long>(j) * m + i] = a[static_cast<long>(i) * n + j];
+    }
+}
+
+// Runs a bidiagonal QR step on (d, e) with the rotations applied to the columns of U and V
+// (n columns each, optional), through transposed copies.
+template <class T, class Step>
+int WithTransposedFactors(int n, CMLMatrixMN<T>* U, CMLMatrixMN<T>* V, Step step) {
+    const int ur = U ? U->RowsNb() : 0, vr = V ? V->RowsNb() : 0;
+    if ((U && U->ColsNb() != n) || (V && V->ColsNb() != n)) return 0;
+    Buffer<T> ua, ut, va, vt;
+    if (!ua.Reset(Count(ur, n)) || !ut.Reset(Count(ur, n)) || !va.Reset(Count(vr, n)) ||
+        !vt.Reset(Count(vr, n))) {
+        return 0;
+    }
+    if (U) {
+        U->Dump(ua.Get());
+        TransposeInto(ur, n, ua.Get(), ut.Get());
+    }
+    if (V) {
+        V->Dump(va.Get());
+        TransposeInto(vr, n, va.Get(), vt.Get());
+    }
+    if (!step(U ? ut.Get() : nullptr, ur, V ? vt.Get() : nullptr, vr)) return 0;
+    if (U) {
+        TransposeInto(n, ur, ut.Get(), ua.Get());
+        U->Fill(ua.Get());
+    }
+    if (V) {
+        TransposeInto(n, vr, vt.Get(), va.Get());
+        V->Fill(va.Get());
+    }
+    return 1;
+}
+
+}  // namespace
+
+template <class T>
+int CMLMatrixMN<T>::QRBD(CMLVectorN<T>& d, CMLVectorN<T>& e, CMLMatrixMN* U, CMLMatrixMN* V,
+                         T eps) {
+    const int n = d.Dim();
+    if (n == 0) return 1;
+    if (e.Dim() < n - 1) return 0;
+    Buffer<T> dd, ee;
+    if (!dd.Reset(Count(n)) || !ee.Reset(Count(n))) return 0;
+    for (int i = 0; i < n; ++i) {
+        dd[i] = d[i];
+        ee[i] = i + 1 < n ? e[i] : T(0);
+    }
+    const int ok = WithTransposedFactors<T>(n, U, V, [&](T* ut, int nu, T* vt, int nv) {
+        return ml::detail::BidiagonalQr<T>(n, dd.Get(), ee.Get(), ut, nu, nu, vt, nv, nv, eps);
+    });
+    if (!ok) return 0;
+    for (int i = 0; i < n; ++i) d[i] = dd[i];
+    for (int i = 0; i + 1 < n && i < e.Dim(); ++i) e[i] = T(0);
+    return 1;
+}
+
+template <class T>
+int CMLMatrixMN<T>::Apply_QRBD(int l, int u, CMLVectorN<T>& d, CMLVectorN<T>& e, T shift,
+                               CMLMatrixMN* U, CMLMatrixMN* V) {
+    const int n = d.Dim();
+    if (l < 0 || u <= l || u >= n || e.Dim() < u) return 0;
+    Buffer<T> dd, ee;
+    if (!dd.Reset(Count(n)) || !ee.Reset(Count(n))) return 0;
+    for (int i = 0; i < n; ++i) {
+        dd[i] = d[i];
+        ee[i] = i < e.Dim() ? e[i] : T(0);
+    }
+    const int ok = WithTransposedFactors<T>(n, U, V, [&](T* ut, int nu, T* vt, int nv) {
+        return ml::detail::BidiagonalSweep<T>(l, u, dd.Get(), ee.Get(), shift, ut, nu, nu, vt, nv,
+                                              nv);
+    });
+    if (!ok) return 0;
+    for (int i = l; i <= u; ++i) d[i] = dd[i];
+    for (int i = l; i < u; ++i) e[i] = ee[i];
+    return 1;
+}
 
 // ---------------------------------------------------------------------------------------------
 // QR
@@ -186,6 +358,24 @@ int CMLMatrixMN<T>::Inverse(CMLMatrixMN& out, T eps) const {
     return Inverse(out, mlNormFrobenius, eps, condition);
 }
 
+template <class T>
+int CMLMatrixMN<T>::PseudoSolveSystem(const CMLVectorN<T>& b, CMLVectorN<T>& x, mlMatrixNorm norm,
+                                      double& condition) const {
+    const int m = this->m_rows, n = this->m_cols;
+    if (b.Dim() < m || x.Dim() < n) return 0;
+    CMLMatrixMN pinv(n, m);
+    double cond = 0.0;
+    if (!PseudoInverse(pinv, norm, cond)) return 0;
+    for (int i = 0; i < n; ++i) {
+        const T* row = pinv.m_data + static_cast<long>(i) * m;
+        T sum = T(0);
+        for (int j = 0; j < m; ++j) sum += row[j] * b[j];
+        x[i] = sum;
+    }
+    condition = cond;
+    return 1;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Building blocks
 
@@ -304,6 +494,17 @@ int CMLMatrixMN<T>::ThinSVDUnitOffsetInPlace(T** a, int m, int n, T* w, T** v, T
 }
 
 #define ML_SVD_MEMBERS_DEFINE(T)                                                                 \
+    template int CMLMatrixMN<T>::SV_Decomposition(CMLMatrixMN<T>&, CMLMatrixMN<T>&,              \
+                                                  CMLVectorN<T>&, T) const;                      \
+    template int CMLMatrixMN<T>::SingDecomp2D(CMLMatrixMN<T>&, CMLMatrixMN<T>&, CMLVectorN<T>&,  \
+                                              T) const;                                          \
+    template int CMLMatrixMN<T>::ThinSVD(CMLMatrixMN<T>&, CMLMatrixMN<T>&, CMLVectorN<T>&);      \
+    template int CMLMatrixMN<T>::QRBD(CMLVectorN<T>&, CMLVectorN<T>&, CMLMatrixMN<T>*,           \
+                                      CMLMatrixMN<T>*, T);                                       \
+    template int CMLMatrixMN<T>::Apply_QRBD(int, int, CMLVectorN<T>&, CMLVectorN<T>&, T,         \
+                                            CMLMatrixMN<T>*, CMLMatrixMN<T>*);                   \
+    template int CMLMatrixMN<T>::PseudoSolveSystem(const CMLVectorN<T>&, CMLVectorN<T>&,         \
+                                                   mlMatrixNorm, double&) const;                 \
     template int CMLMatrixMN<T>::QR_Decomposition(CMLMatrixMN<T>&, CMLMatrixMN<T>&, T) const;    \
     template int CMLMatrixMN<T>::QRT_2D(CMLMatrixMN<T>&, CMLMatrixMN<T>&, T) const;              \
     template int CMLMatrixMN<T>::CalculateRank(T);                                               \

@@ -23,6 +23,7 @@
 #include <ml/complex.h>
 #include <ml/precision.h>
 #include <ml/types.h>
+#include <ml/vector_n.h>
 
 #include <iosfwd>
 
@@ -83,6 +84,18 @@ public:
     void SetColumn(int j, const T* src);
     void Row(int i, T* dst) const;
     void Column(int j, T* dst) const;
+    // The same from a vector (which must hold at least cols, rows elements).
+    void SetRowVector(int i, const CMLBaseVector<T>& v);
+    void SetColVector(int j, const CMLBaseVector<T>& v);
+    // this(i, from..to) = v[start..start + to - from] (inclusive); nothing when from > to.
+    void SetPartRowVector(int i, int from, int to, int start, const CMLBaseVector<T>& v);
+    // this(from..to, j) = v[start..start + to - from] (inclusive); nothing when from > to.
+    void SetPartColVector(int j, int from, int to, int start, const CMLBaseVector<T>& v);
+    // Row i (cols elements), column j (rows elements) and the min(rows, cols) diagonal elements
+    // as new vectors.
+    CMLBaseVector<T> RowVector(int i) const;
+    CMLBaseVector<T> ColVector(int j) const;
+    CMLBaseVector<T> Diagonal() const;
 
     // Copies rows * cols elements from src, row-major.
     void Fill(const T* src);
@@ -122,6 +135,8 @@ public:
     // increasing k (the inner sizes are not compared). Real elements use a cache-blocked kernel
     // (fused multiply-adds on processors with AVX2/FMA).
     CMLBaseMatrix operator*(const CMLBaseMatrix& b) const;
+    // Vector of rows elements: row i dotted with v over k < cols, in increasing k.
+    CMLBaseVector<T> operator*(const CMLBaseVector<T>& v) const;
 
     void SetToZero();
     void SetConstant(T v);
@@ -140,9 +155,8 @@ public:
     void PrintPartOfMatrix(int r0, int c0, int r1, int c1) const;
 
 protected:
-    struct Uninitialised {};
     // rows x cols with an allocated but unset array, for results written in full.
-    CMLBaseMatrix(int rows, int cols, Uninitialised);
+    CMLBaseMatrix(int rows, int cols, ml::detail::uninitialized_t);
     long Size() const { return static_cast<long>(m_rows) * m_cols; }
 
     int m_rows = 0;
@@ -244,6 +258,22 @@ public:
     // bidiagonal QR, or memory exhausted), and leave their outputs unchanged on failure.
     // k = min(rows, cols); tolerances are relative to the matrix's scale unless stated.
 
+    // Singular value decomposition this = U diag(s) V^T by Householder bidiagonalisation and
+    // implicit-shift QR on the bidiagonal matrix. The shapes of the outputs choose thin or full
+    // factors: U m x k (orthonormal columns) or m x m (orthogonal), V n x k or n x n; s needs
+    // at least k elements and receives the singular values, non-negative and descending (any
+    // further elements become 0). eps is the relative convergence tolerance of the QR iteration
+    // (values below a small multiple of the machine epsilon are raised to it).
+    int SV_Decomposition(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s, T eps) const;
+    // The same decomposition, with the 2 x 2 case computed in closed form (one plane rotation to
+    // triangular form, then the closed-form 2 x 2 singular value decomposition).
+    int SingDecomp2D(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s, T eps) const;
+    // Thin decomposition (U m x k, V n x k, s of at least k elements) at full precision that
+    // also keeps the singular values in the object (allocating the array when absent). Returns
+    // 0 on success, 1 when the decomposition fails (outputs of the wrong shape included) and 2
+    // when the array cannot be allocated; nothing is written unless it returns 0.
+    int ThinSVD(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s);
+
     // QR of a matrix of any shape by Householder reflections: this = Q R with Q m x m and R
     // m x n, or Q m x k and R k x n (the shapes of the outputs choose); Q has orthonormal
     // columns and R is upper triangular with a non-negative diagonal. A column whose part below
@@ -270,6 +300,10 @@ public:
     // Inverse by row count: 0 or 1 rows return 1 at once, out untouched (a 1 x 1 matrix is not
     // inverted); larger matrices return the code of the general inverse above.
     int Inverse(CMLMatrixMN& out, T eps) const;
+    // Minimum-norm least-squares solution x = pinv(this) b (b of rows, x of cols elements);
+    // condition as in PseudoInverse.
+    int PseudoSolveSystem(const CMLVectorN<T>& b, CMLVectorN<T>& x, mlMatrixNorm norm,
+                          double& condition) const;
 
     // Zero rows and columns (every element within eps): their counts; returns 1 when there is at
     // least one, else 0.
@@ -316,6 +350,19 @@ public:
     // mode 0 from the right to columns p and q (this := this G), any other mode from the left
     // to rows p and q (this := G^T this): x_p := c x_p + s x_q, x_q := c x_q - s x_p.
     void Givens2(int p, int q, T c, T s, int mode);
+
+    // Diagonalises the upper bidiagonal matrix with diagonal d (n = d.Dim()) and superdiagonal
+    // e[0..n-2] by implicit-shift QR sweeps with plane rotations. The left rotations
+    // post-multiply U and the right ones V (each with n columns, or null): starting from
+    // identities, B = U diag(d) V^T afterwards. d becomes the singular values, non-negative and
+    // descending (columns of U and V following), e zero. eps as in SV_Decomposition.
+    static int QRBD(CMLVectorN<T>& d, CMLVectorN<T>& e, CMLMatrixMN* U, CMLMatrixMN* V, T eps);
+    // One implicit QR sweep with the given shift on the block l..u (l < u < d.Dim()) of the
+    // bidiagonal matrix (d, e), chasing the bulge downwards, rotations applied to U and V as in
+    // QRBD; a zero shift runs the zero-shift sweep that keeps tiny singular values accurate. The
+    // block must stand apart: e[l - 1] and e[u] are taken as zero.
+    static int Apply_QRBD(int l, int u, CMLVectorN<T>& d, CMLVectorN<T>& e, T shift,
+                          CMLMatrixMN* U, CMLMatrixMN* V);
 
     // Singular value decomposition on unit-offset arrays, for code written with indices from 1:
     // a[1..m][1..n] is replaced by U (m x n; when m < n its last n - m columns are zero),
