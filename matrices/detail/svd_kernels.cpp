@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 
 namespace ml::detail {
@@ -15,8 +16,9 @@ namespace ml::detail {
 // ---------------------------------------------------------------------------------------------
 // Scalar helpers shared by both compilations.
 
+// Inlined into the sweeps; MakeRotation is the exported form.
 template <class T>
-void MakeRotation(T f, T g, T& c, T& s, T& r) {
+inline void Rotation(T f, T g, T& c, T& s, T& r) {
     if (g == T(0)) {
         c = T(1);
         s = T(0);
@@ -40,13 +42,18 @@ void MakeRotation(T f, T g, T& c, T& s, T& r) {
         return;
     }
     // Scaled by the larger magnitude so that neither square overflows nor underflows.
-    const T u = std::fmax(f1, g1);
+    const T u = f1 > g1 ? f1 : g1;
     const T fs = f / u, gs = g / u;
     const T d = std::sqrt(fs * fs + gs * gs);
     c = std::fabs(fs) / d;
     r = std::copysign(d, f);
     s = gs / r;
     r *= u;
+}
+
+template <class T>
+void MakeRotation(T f, T g, T& c, T& s, T& r) {
+    Rotation(f, g, c, s, r);
 }
 
 namespace {
