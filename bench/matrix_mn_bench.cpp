@@ -11,8 +11,8 @@
 
 #include "../matrices/detail/gemm.h"
 
-#include <Eigen/Dense>
 #include <benchmark/benchmark.h>
+#include <Eigen/Dense>
 
 #include <random>
 
@@ -22,22 +22,24 @@ CMLMatrixMN<double> MlRandom(int rows, int cols, unsigned seed) {
     std::mt19937_64 rng(seed);
     std::uniform_real_distribution<double> d(-1.0, 1.0);
     CMLMatrixMN<double> m(rows, cols);
-    for (int i = 0; i < rows * cols; ++i) m[i] = d(rng);
+    for (int i = 0; i < rows * cols; ++i)
+        m[i] = d(rng);
     return m;
 }
 
 Eigen::MatrixXd ToEigen(const CMLMatrixMN<double>& m) {
     Eigen::MatrixXd e(m.RowsNb(), m.ColsNb());
     for (int i = 0; i < m.RowsNb(); ++i) {
-        for (int j = 0; j < m.ColsNb(); ++j) e(i, j) = m(i, j);
+        for (int j = 0; j < m.ColsNb(); ++j)
+            e(i, j) = m(i, j);
     }
     return e;
 }
 
 void SetFlops(benchmark::State& state, int n) {
-    state.counters["GFLOPS"] = benchmark::Counter(
-        2.0 * n * n * n * static_cast<double>(state.iterations()) * 1e-9,
-        benchmark::Counter::kIsRate);
+    state.counters["GFLOPS"] =
+        benchmark::Counter(2.0 * n * n * n * static_cast<double>(state.iterations()) * 1e-9,
+                           benchmark::Counter::kIsRate);
 }
 
 void BM_MlProduct(benchmark::State& state) {

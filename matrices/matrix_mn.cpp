@@ -42,7 +42,8 @@ void CopyElements(T* dst, const T* src, long n) {
         std::memmove(dst, src, sizeof(T) * static_cast<std::size_t>(n));
     } else {
         static_assert(std::is_trivially_destructible_v<T>, "elements are overwritten in place");
-        for (long i = 0; i < n; ++i) ::new (static_cast<void*>(dst + i)) T(src[i]);
+        for (long i = 0; i < n; ++i)
+            ::new (static_cast<void*>(dst + i)) T(src[i]);
     }
 }
 
@@ -92,8 +93,8 @@ bool InsideBlock(int r0, int c0, int r1, int c1, int rows, int cols) {
 
 // Compares the h x w blocks starting at a(ar0, ac0) and b(br0, bc0) element by element.
 template <class T>
-int BlocksWithin(const CMLBaseMatrix<T>& a, int ar0, int ac0, const CMLBaseMatrix<T>& b,
-                 int br0, int bc0, int h, int w, T precision) {
+int BlocksWithin(const CMLBaseMatrix<T>& a, int ar0, int ac0, const CMLBaseMatrix<T>& b, int br0,
+                 int bc0, int h, int w, T precision) {
     for (int i = 0; i < h; ++i) {
         for (int j = 0; j < w; ++j) {
             if (!Within(a(ar0 + i, ac0 + j), b(br0 + i, bc0 + j), precision)) return 0;
@@ -117,7 +118,8 @@ CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols) : m_rows(rows), m_cols(cols)
 }
 
 template <class T>
-CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols, ml::detail::uninitialized_t) : m_rows(rows), m_cols(cols) {
+CMLBaseMatrix<T>::CMLBaseMatrix(int rows, int cols, ml::detail::uninitialized_t)
+    : m_rows(rows), m_cols(cols) {
     const long n = Size();
     m_data = n != 0 ? new T[n] : nullptr;
 }
@@ -160,7 +162,8 @@ CMLBaseMatrix<T>& CMLBaseMatrix<T>::operator=(const CMLBaseMatrix& o) {
 template <class T>
 CMLBaseMatrix<T>& CMLBaseMatrix<T>::operator*=(T x) {
     const long n = Size();
-    for (long i = 0; i < n; ++i) m_data[i] *= x;
+    for (long i = 0; i < n; ++i)
+        m_data[i] *= x;
     return *this;
 }
 
@@ -176,7 +179,8 @@ void CMLBaseMatrix<T>::SetRow(int i, const T* src) {
 
 template <class T>
 void CMLBaseMatrix<T>::SetColumn(int j, const T* src) {
-    for (int i = 0; i < m_rows; ++i) CopyElement(m_data[i * m_cols + j], src[i]);
+    for (int i = 0; i < m_rows; ++i)
+        CopyElement(m_data[i * m_cols + j], src[i]);
 }
 
 template <class T>
@@ -186,45 +190,52 @@ void CMLBaseMatrix<T>::Row(int i, T* dst) const {
 
 template <class T>
 void CMLBaseMatrix<T>::Column(int j, T* dst) const {
-    for (int i = 0; i < m_rows; ++i) CopyElement(dst[i], m_data[i * m_cols + j]);
+    for (int i = 0; i < m_rows; ++i)
+        CopyElement(dst[i], m_data[i * m_cols + j]);
 }
 
 template <class T>
 void CMLBaseMatrix<T>::SetRowVector(int i, const CMLBaseVector<T>& v) {
     T* row = m_data + static_cast<long>(i) * m_cols;
-    for (int j = 0; j < m_cols; ++j) CopyElement(row[j], v[j]);
+    for (int j = 0; j < m_cols; ++j)
+        CopyElement(row[j], v[j]);
 }
 
 template <class T>
 void CMLBaseMatrix<T>::SetColVector(int j, const CMLBaseVector<T>& v) {
-    for (int i = 0; i < m_rows; ++i) CopyElement(m_data[i * m_cols + j], v[i]);
+    for (int i = 0; i < m_rows; ++i)
+        CopyElement(m_data[i * m_cols + j], v[i]);
 }
 
 template <class T>
 void CMLBaseMatrix<T>::SetPartRowVector(int i, int from, int to, int start,
                                         const CMLBaseVector<T>& v) {
     T* row = m_data + static_cast<long>(i) * m_cols;
-    for (int j = from; j <= to; ++j) CopyElement(row[j], v[start + j - from]);
+    for (int j = from; j <= to; ++j)
+        CopyElement(row[j], v[start + j - from]);
 }
 
 template <class T>
 void CMLBaseMatrix<T>::SetPartColVector(int j, int from, int to, int start,
                                         const CMLBaseVector<T>& v) {
-    for (int i = from; i <= to; ++i) CopyElement(m_data[i * m_cols + j], v[start + i - from]);
+    for (int i = from; i <= to; ++i)
+        CopyElement(m_data[i * m_cols + j], v[start + i - from]);
 }
 
 template <class T>
 CMLBaseVector<T> CMLBaseMatrix<T>::RowVector(int i) const {
     CMLBaseVector<T> v(m_cols);
     const T* row = m_data + static_cast<long>(i) * m_cols;
-    for (int j = 0; j < m_cols; ++j) CopyElement(v[j], row[j]);
+    for (int j = 0; j < m_cols; ++j)
+        CopyElement(v[j], row[j]);
     return v;
 }
 
 template <class T>
 CMLBaseVector<T> CMLBaseMatrix<T>::ColVector(int j) const {
     CMLBaseVector<T> v(m_rows);
-    for (int i = 0; i < m_rows; ++i) CopyElement(v[i], m_data[i * m_cols + j]);
+    for (int i = 0; i < m_rows; ++i)
+        CopyElement(v[i], m_data[i * m_cols + j]);
     return v;
 }
 
@@ -232,7 +243,8 @@ template <class T>
 CMLBaseVector<T> CMLBaseMatrix<T>::Diagonal() const {
     const int k = m_rows < m_cols ? m_rows : m_cols;
     CMLBaseVector<T> v(k > 0 ? k : 0);
-    for (int i = 0; i < k; ++i) CopyElement(v[i], m_data[i * m_cols + i]);
+    for (int i = 0; i < k; ++i)
+        CopyElement(v[i], m_data[i * m_cols + i]);
     return v;
 }
 
@@ -248,11 +260,13 @@ void CMLBaseMatrix<T>::FillPart(int r0, int c0, int r1, int c1, const T* src, in
     long k = 0;
     if (byRows) {
         for (int i = r0; i <= r1; ++i) {
-            for (int j = c0; j <= c1; ++j) CopyElement(m_data[i * m_cols + j], src[k++]);
+            for (int j = c0; j <= c1; ++j)
+                CopyElement(m_data[i * m_cols + j], src[k++]);
         }
     } else {
         for (int j = c0; j <= c1; ++j) {
-            for (int i = r0; i <= r1; ++i) CopyElement(m_data[i * m_cols + j], src[k++]);
+            for (int i = r0; i <= r1; ++i)
+                CopyElement(m_data[i * m_cols + j], src[k++]);
         }
     }
 }
@@ -284,11 +298,13 @@ void CMLBaseMatrix<T>::DumpPart(int r0, int c0, int r1, int c1, T* dst, int byRo
     long k = 0;
     if (byRows) {
         for (int i = r0; i <= r1; ++i) {
-            for (int j = c0; j <= c1; ++j) CopyElement(dst[k++], m_data[i * m_cols + j]);
+            for (int j = c0; j <= c1; ++j)
+                CopyElement(dst[k++], m_data[i * m_cols + j]);
         }
     } else {
         for (int j = c0; j <= c1; ++j) {
-            for (int i = r0; i <= r1; ++i) CopyElement(dst[k++], m_data[i * m_cols + j]);
+            for (int i = r0; i <= r1; ++i)
+                CopyElement(dst[k++], m_data[i * m_cols + j]);
         }
     }
 }
@@ -299,10 +315,12 @@ CMLBaseMatrix<T>& CMLBaseMatrix<T>::operator+=(const CMLBaseMatrix& b) {
     T* __restrict a = m_data;
     const T* __restrict bd = b.m_data;
     if (a == bd) {
-        for (long i = 0; i < n; ++i) m_data[i] += m_data[i];
+        for (long i = 0; i < n; ++i)
+            m_data[i] += m_data[i];
         return *this;
     }
-    for (long i = 0; i < n; ++i) a[i] += bd[i];
+    for (long i = 0; i < n; ++i)
+        a[i] += bd[i];
     return *this;
 }
 
@@ -312,31 +330,36 @@ CMLBaseMatrix<T>& CMLBaseMatrix<T>::operator-=(const CMLBaseMatrix& b) {
     T* __restrict a = m_data;
     const T* __restrict bd = b.m_data;
     if (a == bd) {
-        for (long i = 0; i < n; ++i) m_data[i] -= m_data[i];
+        for (long i = 0; i < n; ++i)
+            m_data[i] -= m_data[i];
         return *this;
     }
-    for (long i = 0; i < n; ++i) a[i] -= bd[i];
+    for (long i = 0; i < n; ++i)
+        a[i] -= bd[i];
     return *this;
 }
 
 template <class T>
 CMLBaseMatrix<T>& CMLBaseMatrix<T>::operator/=(T x) {
     const long n = Size();
-    for (long i = 0; i < n; ++i) m_data[i] /= x;
+    for (long i = 0; i < n; ++i)
+        m_data[i] /= x;
     return *this;
 }
 
 template <class T>
 void CMLBaseMatrix<T>::Mul(T x) {
     const long n = Size();
-    for (long i = 0; i < n; ++i) m_data[i] *= x;
+    for (long i = 0; i < n; ++i)
+        m_data[i] *= x;
 }
 
 template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator+(const CMLBaseMatrix& b) const {
     CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
-    for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] + b.m_data[i];
+    for (long i = 0; i < n; ++i)
+        r.m_data[i] = m_data[i] + b.m_data[i];
     return r;
 }
 
@@ -344,7 +367,8 @@ template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator-(const CMLBaseMatrix& b) const {
     CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
-    for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] - b.m_data[i];
+    for (long i = 0; i < n; ++i)
+        r.m_data[i] = m_data[i] - b.m_data[i];
     return r;
 }
 
@@ -352,7 +376,8 @@ template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator*(T x) const {
     CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
-    for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] * x;
+    for (long i = 0; i < n; ++i)
+        r.m_data[i] = m_data[i] * x;
     return r;
 }
 
@@ -360,7 +385,8 @@ template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::operator/(T x) const {
     CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
-    for (long i = 0; i < n; ++i) r.m_data[i] = m_data[i] / x;
+    for (long i = 0; i < n; ++i)
+        r.m_data[i] = m_data[i] / x;
     return r;
 }
 
@@ -368,7 +394,8 @@ template <class T>
 CMLBaseMatrix<T> CMLBaseMatrix<T>::Negate() const {
     CMLBaseMatrix r(m_rows, m_cols, ml::detail::uninitialized_t{});
     const long n = Size();
-    for (long i = 0; i < n; ++i) r.m_data[i] = -m_data[i];
+    for (long i = 0; i < n; ++i)
+        r.m_data[i] = -m_data[i];
     return r;
 }
 
@@ -400,11 +427,13 @@ CMLBaseMatrix<T> CMLBaseMatrix<T>::operator*(const CMLBaseMatrix& b) const {
     } else {
         for (int i = 0; i < m; ++i) {
             T* ri = r.m_data + static_cast<long>(i) * n;
-            for (int j = 0; j < n; ++j) ri[j] = T(0);
+            for (int j = 0; j < n; ++j)
+                ri[j] = T(0);
             for (int p = 0; p < k; ++p) {
                 const T aip = m_data[i * k + p];
                 const T* bp = b.m_data + static_cast<long>(p) * n;
-                for (int j = 0; j < n; ++j) ri[j] += aip * bp[j];
+                for (int j = 0; j < n; ++j)
+                    ri[j] += aip * bp[j];
             }
         }
     }
@@ -421,7 +450,8 @@ CMLBaseVector<T> CMLBaseMatrix<T>::operator*(const CMLBaseVector<T>& v) const {
         for (int i = 0; i < m_rows; ++i) {
             const T* row = m_data + static_cast<long>(i) * k;
             T sum = T(0);
-            for (int p = 0; p < k; ++p) sum += row[p] * x[p];
+            for (int p = 0; p < k; ++p)
+                sum += row[p] * x[p];
             CopyElement(r[i], sum);
         }
     }
@@ -432,26 +462,30 @@ template <class T>
 void CMLBaseMatrix<T>::SetToZero() {
     const T zero = T(0);
     const long n = Size();
-    for (long i = 0; i < n; ++i) CopyElement(m_data[i], zero);
+    for (long i = 0; i < n; ++i)
+        CopyElement(m_data[i], zero);
 }
 
 template <class T>
 void CMLBaseMatrix<T>::SetConstant(T v) {
     const long n = Size();
-    for (long i = 0; i < n; ++i) CopyElement(m_data[i], v);
+    for (long i = 0; i < n; ++i)
+        CopyElement(m_data[i], v);
 }
 
 template <class T>
 void CMLBaseMatrix<T>::SetDiagonal(T v) {
     const int k = m_rows < m_cols ? m_rows : m_cols;
-    for (int i = 0; i < k; ++i) CopyElement(m_data[i * m_cols + i], v);
+    for (int i = 0; i < k; ++i)
+        CopyElement(m_data[i * m_cols + i], v);
 }
 
 template <class T>
 T CMLBaseMatrix<T>::Trace() const {
     const int k = m_rows < m_cols ? m_rows : m_cols;
     T sum = T(0);
-    for (int i = 0; i < k; ++i) sum += m_data[i * m_cols + i];
+    for (int i = 0; i < k; ++i)
+        sum += m_data[i * m_cols + i];
     return sum;
 }
 
@@ -468,7 +502,8 @@ int CMLBaseMatrix<T>::operator==(const CMLBaseMatrix& b) const {
 template <class T>
 void CMLBaseMatrix<T>::PrintPartOfMatrix(int r0, int c0, int r1, int c1) const {
     if (!InsideBlock(r0, c0, r1, c1, m_rows, m_cols)) return;
-    for (int i = r0; i <= r1; ++i) WriteRow(std::cout, m_data + i * m_cols + c0, c1 - c0 + 1);
+    for (int i = r0; i <= r1; ++i)
+        WriteRow(std::cout, m_data + i * m_cols + c0, c1 - c0 + 1);
     std::cout << '\n';
     std::cout.flush();
 }
@@ -477,7 +512,8 @@ template <class T>
 std::ostream& operator<<(std::ostream& os, const CMLBaseMatrix<T>& m) {
     const int rows = m.RowsNb(), cols = m.ColsNb();
     if (static_cast<long>(rows) * cols == 0) return os;
-    for (int i = 0; i < rows; ++i) WriteRow(os, &m(i, 0), cols);
+    for (int i = 0; i < rows; ++i)
+        WriteRow(os, &m(i, 0), cols);
     return os;
 }
 
@@ -652,10 +688,12 @@ void CMLMatrixMN<T>::AnnulateRelativelyDiagonal(int mode) {
     for (int i = 0; i < this->m_rows; ++i) {
         T* row = this->m_data + static_cast<long>(i) * this->m_cols;
         if (mode == 0) {
-            for (int j = i + 1; j < this->m_cols; ++j) row[j] = T(0);
+            for (int j = i + 1; j < this->m_cols; ++j)
+                row[j] = T(0);
         } else {
             const int end = i < this->m_cols ? i : this->m_cols;
-            for (int j = 0; j < end; ++j) row[j] = T(0);
+            for (int j = 0; j < end; ++j)
+                row[j] = T(0);
         }
     }
 }
@@ -675,7 +713,8 @@ T CMLMatrixMN<T>::Mean() const {
     const long n = this->Size();
     if (n == 0) return T(0);
     T sum = T(0);
-    for (long i = 0; i < n; ++i) sum += this->m_data[i];
+    for (long i = 0; i < n; ++i)
+        sum += this->m_data[i];
     return sum / static_cast<T>(n);
 }
 
@@ -749,12 +788,14 @@ int CMLMatrixMN<T>::TestZeroRowsColumns(int& zeroRows, int& zeroCols, T eps) con
     for (int i = 0; i < rows; ++i) {
         const T* row = this->m_data + static_cast<long>(i) * cols;
         int zero = 1;
-        for (int j = 0; j < cols && zero; ++j) zero = std::fabs(row[j]) <= eps;
+        for (int j = 0; j < cols && zero; ++j)
+            zero = std::fabs(row[j]) <= eps;
         zeroRows += zero;
     }
     for (int j = 0; j < cols; ++j) {
         int zero = 1;
-        for (int i = 0; i < rows && zero; ++i) zero = std::fabs(this->m_data[i * cols + j]) <= eps;
+        for (int i = 0; i < rows && zero; ++i)
+            zero = std::fabs(this->m_data[i * cols + j]) <= eps;
         zeroCols += zero;
     }
     return zeroRows + zeroCols > 0 ? 1 : 0;
@@ -772,7 +813,8 @@ int CMLMatrixMN<T>::MoveZeroRows(int& n, CMLMatrixMN& perm, T eps) {
         for (int i = 0; i < rows; ++i) {
             const T* row = this->m_data + static_cast<long>(i) * cols;
             bool zero = true;
-            for (int j = 0; j < cols && zero; ++j) zero = std::fabs(row[j]) <= eps;
+            for (int j = 0; j < cols && zero; ++j)
+                zero = std::fabs(row[j]) <= eps;
             if (zero == (pass == 1)) order[front++] = i;
             if (pass == 0 && zero) ++count;
         }
@@ -783,7 +825,8 @@ int CMLMatrixMN<T>::MoveZeroRows(int& n, CMLMatrixMN& perm, T eps) {
     }
     CopyElements(this->m_data, moved.Get(), this->Size());
     perm.SetToZero();
-    for (int i = 0; i < rows; ++i) perm.m_data[static_cast<long>(i) * rows + order[i]] = T(1);
+    for (int i = 0; i < rows; ++i)
+        perm.m_data[static_cast<long>(i) * rows + order[i]] = T(1);
     n = count;
     return 1;
 }
@@ -808,12 +851,14 @@ int CMLMatrixMN<T>::MoveZeroColumns(int& n, CMLMatrixMN& perm, T eps) {
     }
     for (int i = 0; i < rows; ++i) {
         for (int j = 0; j < cols; ++j) {
-            moved[static_cast<long>(i) * cols + j] = this->m_data[static_cast<long>(i) * cols + order[j]];
+            moved[static_cast<long>(i) * cols + j] =
+                this->m_data[static_cast<long>(i) * cols + order[j]];
         }
     }
     CopyElements(this->m_data, moved.Get(), this->Size());
     perm.SetToZero();
-    for (int j = 0; j < cols; ++j) perm.m_data[static_cast<long>(order[j]) * cols + j] = T(1);
+    for (int j = 0; j < cols; ++j)
+        perm.m_data[static_cast<long>(order[j]) * cols + j] = T(1);
     n = count;
     return 1;
 }
@@ -825,11 +870,13 @@ namespace {
 template <class T>
 T FrobeniusNorm(const T* a, long n) {
     T ss = T(0);
-    for (long i = 0; i < n; ++i) ss += a[i] * a[i];
+    for (long i = 0; i < n; ++i)
+        ss += a[i] * a[i];
     const T low = std::numeric_limits<T>::min() / std::numeric_limits<T>::epsilon();
     if (ss >= low && ss <= std::numeric_limits<T>::max()) return std::sqrt(ss);
     T mx = T(0);
-    for (long i = 0; i < n; ++i) mx = std::fmax(mx, std::fabs(a[i]));
+    for (long i = 0; i < n; ++i)
+        mx = std::fmax(mx, std::fabs(a[i]));
     if (!(mx > T(0)) || !std::isfinite(mx) || ss != ss) return std::sqrt(ss);
     const int e = std::ilogb(mx);
     const T scale = std::ldexp(T(1), -e);
@@ -853,13 +900,16 @@ T CMLMatrixMN<T>::Norm(mlMatrixNorm norm) const {
         case mlNormColumnSum: {
             ml::detail::Buffer<T> sums;
             if (!sums.Reset(static_cast<std::size_t>(cols))) return FrobeniusNorm(a, n);
-            for (int j = 0; j < cols; ++j) sums[j] = T(0);
+            for (int j = 0; j < cols; ++j)
+                sums[j] = T(0);
             for (int i = 0; i < rows; ++i) {
                 const T* row = a + static_cast<long>(i) * cols;
-                for (int j = 0; j < cols; ++j) sums[j] += std::fabs(row[j]);
+                for (int j = 0; j < cols; ++j)
+                    sums[j] += std::fabs(row[j]);
             }
             T best = sums[0];
-            for (int j = 1; j < cols; ++j) best = std::fmax(best, sums[j]);
+            for (int j = 1; j < cols; ++j)
+                best = std::fmax(best, sums[j]);
             return best;
         }
         case mlNormRowSum: {
@@ -867,7 +917,8 @@ T CMLMatrixMN<T>::Norm(mlMatrixNorm norm) const {
             for (int i = 0; i < rows; ++i) {
                 const T* row = a + static_cast<long>(i) * cols;
                 T sum = T(0);
-                for (int j = 0; j < cols; ++j) sum += std::fabs(row[j]);
+                for (int j = 0; j < cols; ++j)
+                    sum += std::fabs(row[j]);
                 best = i == 0 ? sum : std::fmax(best, sum);
             }
             return best;
@@ -884,7 +935,8 @@ T CMLMatrixMN<T>::Norm(mlMatrixNorm norm) const {
         }
         case mlNormMaxElement: {
             T mx = T(0);
-            for (long i = 0; i < n; ++i) mx = std::fmax(mx, std::fabs(a[i]));
+            for (long i = 0; i < n; ++i)
+                mx = std::fmax(mx, std::fabs(a[i]));
             return std::sqrt(static_cast<T>(rows) * static_cast<T>(cols)) * mx;
         }
         default:
@@ -896,7 +948,8 @@ template <class T>
 T CMLMatrixMN<T>::InnerProduct(const CMLMatrixMN& b) const {
     const long n = this->Size();
     T sum = T(0);
-    for (long i = 0; i < n; ++i) sum += this->m_data[i] * b.m_data[i];
+    for (long i = 0; i < n; ++i)
+        sum += this->m_data[i] * b.m_data[i];
     return sum;
 }
 
@@ -934,9 +987,8 @@ int mlAreAlmostEqual(const CMLBaseMatrix<T>& a, const CMLBaseMatrix<T>& b,
 }
 
 template <class T>
-int mlIsMatrixEqualPartOfMatrix(const CMLBaseMatrix<T>& small, const CMLBaseMatrix<T>& big,
-                                int r0, int c0, int r1, int c1,
-                                ml::detail::non_deduced_t<T> precision) {
+int mlIsMatrixEqualPartOfMatrix(const CMLBaseMatrix<T>& small, const CMLBaseMatrix<T>& big, int r0,
+                                int c0, int r1, int c1, ml::detail::non_deduced_t<T> precision) {
     if (small.RowsNb() != r1 - r0 + 1 || small.ColsNb() != c1 - c0 + 1) return 0;
     if (!InsideBlock(r0, c0, r1, c1, big.RowsNb(), big.ColsNb())) return 0;
     return BlocksWithin(small, 0, 0, big, r0, c0, r1 - r0 + 1, c1 - c0 + 1, precision);
@@ -952,21 +1004,19 @@ int mlArePartsMatricesEqual(const CMLBaseMatrix<T>& a, int ar0, int ac0, int ar1
     return BlocksWithin(a, ar0, ac0, b, br0, bc0, ar1 - ar0 + 1, ac1 - ac0 + 1, precision);
 }
 
-#define ML_MATRIX_BASE_DEFINE(T) \
+#define ML_MATRIX_BASE_DEFINE(T)     \
     template class CMLBaseMatrix<T>; \
     template ML_API std::ostream& operator<< <T>(std::ostream&, const CMLBaseMatrix<T>&);
 ML_FOR_EACH_MATRIX_ELEMENT(ML_MATRIX_BASE_DEFINE)
 #undef ML_MATRIX_BASE_DEFINE
 
-#define ML_MATRIX_MN_DEFINE(T)                                                                 \
-    template class CMLMatrixMN<T>;                                                             \
-    template ML_API int mlAreAlmostEqual<T>(const CMLBaseMatrix<T>&, const CMLBaseMatrix<T>&,  \
-                                            T);                                                \
-    template ML_API int mlIsMatrixEqualPartOfMatrix<T>(const CMLBaseMatrix<T>&,                \
-                                                       const CMLBaseMatrix<T>&, int, int, int, \
-                                                       int, T);                                \
-    template ML_API int mlArePartsMatricesEqual<T>(const CMLBaseMatrix<T>&, int, int, int,     \
-                                                   int, const CMLBaseMatrix<T>&, int, int,     \
-                                                   int, int, T);
+#define ML_MATRIX_MN_DEFINE(T)                                                                    \
+    template class CMLMatrixMN<T>;                                                                \
+    template ML_API int mlAreAlmostEqual<T>(const CMLBaseMatrix<T>&, const CMLBaseMatrix<T>&, T); \
+    template ML_API int mlIsMatrixEqualPartOfMatrix<T>(                                           \
+        const CMLBaseMatrix<T>&, const CMLBaseMatrix<T>&, int, int, int, int, T);                 \
+    template ML_API int mlArePartsMatricesEqual<T>(const CMLBaseMatrix<T>&, int, int, int, int,   \
+                                                   const CMLBaseMatrix<T>&, int, int, int, int,   \
+                                                   T);
 ML_FOR_EACH_REAL(ML_MATRIX_MN_DEFINE)
 #undef ML_MATRIX_MN_DEFINE

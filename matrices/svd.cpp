@@ -60,7 +60,8 @@ int CMLMatrixMN<T>::SV_Decomposition(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<
                             vCols, vCols, eps)) {
         return 0;
     }
-    for (int i = 0; i < s.Dim(); ++i) s[i] = i < k ? sv[i] : T(0);
+    for (int i = 0; i < s.Dim(); ++i)
+        s[i] = i < k ? sv[i] : T(0);
     return 1;
 }
 
@@ -103,7 +104,8 @@ int CMLMatrixMN<T>::SingDecomp2D(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& 
     V.m_data[1] = -snr;
     V.m_data[2] = snr;
     V.m_data[3] = csr;
-    for (int i = 0; i < s.Dim(); ++i) s[i] = i == 0 ? smax : (i == 1 ? smin : T(0));
+    for (int i = 0; i < s.Dim(); ++i)
+        s[i] = i == 0 ? smax : (i == 1 ? smin : T(0));
     return 1;
 }
 
@@ -117,14 +119,14 @@ int CMLMatrixMN<T>::ThinSVD(CMLMatrixMN& U, CMLMatrixMN& V, CMLVectorN<T>& s) {
         if (!fresh) return 2;
     }
     Buffer<T> sv;
-    if (!sv.Reset(Count(k)) ||
-        !ml::detail::Svd<T>(m, n, this->m_data, n, 1, sv.Get(), U.m_data, k, k, V.m_data, k, k,
-                            T(0))) {
+    if (!sv.Reset(Count(k)) || !ml::detail::Svd<T>(m, n, this->m_data, n, 1, sv.Get(), U.m_data, k,
+                                                   k, V.m_data, k, k, T(0))) {
         delete[] fresh;
         return 1;
     }
     if (fresh) m_singularValues = fresh;
-    for (int i = 0; i < s.Dim(); ++i) s[i] = i < k ? sv[i] : T(0);
+    for (int i = 0; i < s.Dim(); ++i)
+        s[i] = i < k ? sv[i] : T(0);
     CacheSingularValues(sv.Get(), k);
     return 0;
 }
@@ -135,7 +137,8 @@ namespace {
 template <class T>
 void TransposeInto(int m, int n, const T* a, T* t) {
     for (int i = 0; i < m; ++i) {
-        for (int j = 0; j < n; ++j) t[static_cast<long>(j) * m + i] = a[static_cast<long>(i) * n + j];
+        for (int j = 0; j < n; ++j)
+            t[static_cast<long>(j) * m + i] = a[static_cast<long>(i) * n + j];
     }
 }
 
@@ -188,8 +191,10 @@ int CMLMatrixMN<T>::QRBD(CMLVectorN<T>& d, CMLVectorN<T>& e, CMLMatrixMN* U, CML
         return ml::detail::BidiagonalQr<T>(n, dd.Get(), ee.Get(), ut, nu, nu, vt, nv, nv, eps);
     });
     if (!ok) return 0;
-    for (int i = 0; i < n; ++i) d[i] = dd[i];
-    for (int i = 0; i + 1 < n && i < e.Dim(); ++i) e[i] = T(0);
+    for (int i = 0; i < n; ++i)
+        d[i] = dd[i];
+    for (int i = 0; i + 1 < n && i < e.Dim(); ++i)
+        e[i] = T(0);
     return 1;
 }
 
@@ -209,8 +214,10 @@ int CMLMatrixMN<T>::Apply_QRBD(int l, int u, CMLVectorN<T>& d, CMLVectorN<T>& e,
                                               nv);
     });
     if (!ok) return 0;
-    for (int i = l; i <= u; ++i) d[i] = dd[i];
-    for (int i = l; i < u; ++i) e[i] = ee[i];
+    for (int i = l; i <= u; ++i)
+        d[i] = dd[i];
+    for (int i = l; i < u; ++i)
+        e[i] = ee[i];
     return 1;
 }
 
@@ -259,7 +266,8 @@ int CMLMatrixMN<T>::QRT_2D(CMLMatrixMN& Q, CMLMatrixMN& R, T eps) const {
         rr[j] = c * a[j] + s * a[n + j];
         rr[n + j] = j == 0 ? T(0) : c * a[n + j] - s * a[j];
     }
-    for (int j = 0; j < 2 * n; ++j) R.m_data[j] = rr[j];
+    for (int j = 0; j < 2 * n; ++j)
+        R.m_data[j] = rr[j];
     Q.m_data[0] = c;
     Q.m_data[1] = -s;
     Q.m_data[2] = s;
@@ -282,7 +290,8 @@ int CMLMatrixMN<T>::CalculateRank(T eps) {
     int rank = 0;
     if (k > 0) {
         const T threshold = RankThreshold(eps, s[0], m, n);
-        while (rank < k && s[rank] > threshold) ++rank;
+        while (rank < k && s[rank] > threshold)
+            ++rank;
     }
     m_rank = rank;
     CacheSingularValues(s.Get(), k);
@@ -306,11 +315,13 @@ int CMLMatrixMN<T>::PseudoInverse(CMLMatrixMN& out, mlMatrixNorm norm, double& c
     }
     const T tol = RoundoffThreshold(s[0], m, n);
     int r = 0;
-    while (r < k && s[r] > tol) ++r;
+    while (r < k && s[r] > tol)
+        ++r;
     const T normThis = r > 0 && norm != mlNormSpectral ? this->Norm(norm) : T(0);
     // out = (V diag(1/s)) U^T over the r retained values.
     for (int i = 0; i < n; ++i) {
-        for (int p = 0; p < r; ++p) v[static_cast<long>(i) * k + p] /= s[p];
+        for (int p = 0; p < r; ++p)
+            v[static_cast<long>(i) * k + p] /= s[p];
     }
     ml::detail::Gemm<T>(n, m, r, v.Get(), k, 1, u.Get(), 1, k, out.m_data, m);
     if (r == 0) {
@@ -339,7 +350,8 @@ int CMLMatrixMN<T>::Inverse(CMLMatrixMN& out, mlMatrixNorm norm, T eps, double& 
     }
     const T normThis = norm != mlNormSpectral ? this->Norm(norm) : T(0);
     for (int i = 0; i < n; ++i) {
-        for (int p = 0; p < n; ++p) v[static_cast<long>(i) * n + p] /= s[p];
+        for (int p = 0; p < n; ++p)
+            v[static_cast<long>(i) * n + p] /= s[p];
     }
     ml::detail::Gemm<T>(n, n, n, v.Get(), n, 1, u.Get(), 1, n, out.m_data, n);
     if (norm == mlNormSpectral) {
@@ -369,7 +381,8 @@ int CMLMatrixMN<T>::PseudoSolveSystem(const CMLVectorN<T>& b, CMLVectorN<T>& x, 
     for (int i = 0; i < n; ++i) {
         const T* row = pinv.m_data + static_cast<long>(i) * m;
         T sum = T(0);
-        for (int j = 0; j < m; ++j) sum += row[j] * b[j];
+        for (int j = 0; j < m; ++j)
+            sum += row[j] * b[j];
         x[i] = sum;
     }
     condition = cond;
@@ -394,23 +407,28 @@ void CMLMatrixMN<T>::Householder2(const T* v, T tau, int r0, int c0, int r1, int
         for (int i = r0; i <= r1; ++i) {
             T* row = a + static_cast<long>(i) * cols + c0;
             T t = T(0);
-            for (int j = 0; j < w; ++j) t += row[j] * v[j];
+            for (int j = 0; j < w; ++j)
+                t += row[j] * v[j];
             const T f = tau * t;
-            for (int j = 0; j < w; ++j) row[j] -= f * v[j];
+            for (int j = 0; j < w; ++j)
+                row[j] -= f * v[j];
         }
         return;
     }
     Buffer<T> wv;
     if (!wv.Reset(Count(w))) return;
-    for (int j = 0; j < w; ++j) wv[j] = T(0);
+    for (int j = 0; j < w; ++j)
+        wv[j] = T(0);
     for (int i = 0; i < h; ++i) {
         const T* row = a + static_cast<long>(r0 + i) * cols + c0;
-        for (int j = 0; j < w; ++j) wv[j] += v[i] * row[j];
+        for (int j = 0; j < w; ++j)
+            wv[j] += v[i] * row[j];
     }
     for (int i = 0; i < h; ++i) {
         T* row = a + static_cast<long>(r0 + i) * cols + c0;
         const T f = tau * v[i];
-        for (int j = 0; j < w; ++j) row[j] -= f * wv[j];
+        for (int j = 0; j < w; ++j)
+            row[j] -= f * wv[j];
     }
 }
 
@@ -420,12 +438,14 @@ int CMLMatrixMN<T>::ZeroUpperTransform(int k, T* v, T& tau) {
     if (k < 0 || k >= n || k >= m) return 0;
     T* a = this->m_data;
     const int len = m - k;
-    for (int r = 0; r < len; ++r) v[r] = a[static_cast<long>(k + r) * n + k];
+    for (int r = 0; r < len; ++r)
+        v[r] = a[static_cast<long>(k + r) * n + k];
     T alpha = v[0];
     tau = Householder1(len, alpha, v + 1, 1);
     v[0] = T(1);
     a[static_cast<long>(k) * n + k] = alpha;
-    for (int r = 1; r < len; ++r) a[static_cast<long>(k + r) * n + k] = T(0);
+    for (int r = 1; r < len; ++r)
+        a[static_cast<long>(k + r) * n + k] = T(0);
     if (k + 1 < n) Householder2(v, tau, k, k + 1, m - 1, n - 1, 1);
     return 1;
 }
@@ -436,12 +456,14 @@ int CMLMatrixMN<T>::ZeroRightTransform(int k, T* v, T& tau) {
     if (k < 0 || k >= m || k + 1 >= n) return 0;
     T* row = this->m_data + static_cast<long>(k) * n;
     const int len = n - k - 1;
-    for (int j = 0; j < len; ++j) v[j] = row[k + 1 + j];
+    for (int j = 0; j < len; ++j)
+        v[j] = row[k + 1 + j];
     T alpha = v[0];
     tau = Householder1(len, alpha, v + 1, 1);
     v[0] = T(1);
     row[k + 1] = alpha;
-    for (int j = 1; j < len; ++j) row[k + 1 + j] = T(0);
+    for (int j = 1; j < len; ++j)
+        row[k + 1 + j] = T(0);
     if (k + 1 < m) Householder2(v, tau, k + 1, k + 1, m - 1, n - 1, 0);
     return 1;
 }
@@ -478,45 +500,49 @@ int CMLMatrixMN<T>::ThinSVDUnitOffsetInPlace(T** a, int m, int n, T* w, T** v, T
         return 0;
     }
     for (int i = 0; i < m; ++i) {
-        for (int j = 0; j < n; ++j) aa[static_cast<long>(i) * n + j] = a[i + 1][j + 1];
+        for (int j = 0; j < n; ++j)
+            aa[static_cast<long>(i) * n + j] = a[i + 1][j + 1];
     }
     if (!ml::detail::Svd<T>(m, n, aa.Get(), n, 1, s.Get(), u.Get(), k, k, vv.Get(), n, n, eps)) {
         return 0;
     }
     for (int i = 0; i < m; ++i) {
-        for (int j = 0; j < n; ++j) a[i + 1][j + 1] = j < k ? u[static_cast<long>(i) * k + j] : T(0);
+        for (int j = 0; j < n; ++j)
+            a[i + 1][j + 1] = j < k ? u[static_cast<long>(i) * k + j] : T(0);
     }
-    for (int j = 0; j < n; ++j) w[j + 1] = j < k ? s[j] : T(0);
+    for (int j = 0; j < n; ++j)
+        w[j + 1] = j < k ? s[j] : T(0);
     for (int i = 0; i < n; ++i) {
-        for (int j = 0; j < n; ++j) v[i + 1][j + 1] = vv[static_cast<long>(i) * n + j];
+        for (int j = 0; j < n; ++j)
+            v[i + 1][j + 1] = vv[static_cast<long>(i) * n + j];
     }
     return 1;
 }
 
-#define ML_SVD_MEMBERS_DEFINE(T)                                                                 \
-    template int CMLMatrixMN<T>::SV_Decomposition(CMLMatrixMN<T>&, CMLMatrixMN<T>&,              \
-                                                  CMLVectorN<T>&, T) const;                      \
-    template int CMLMatrixMN<T>::SingDecomp2D(CMLMatrixMN<T>&, CMLMatrixMN<T>&, CMLVectorN<T>&,  \
-                                              T) const;                                          \
-    template int CMLMatrixMN<T>::ThinSVD(CMLMatrixMN<T>&, CMLMatrixMN<T>&, CMLVectorN<T>&);      \
-    template int CMLMatrixMN<T>::QRBD(CMLVectorN<T>&, CMLVectorN<T>&, CMLMatrixMN<T>*,           \
-                                      CMLMatrixMN<T>*, T);                                       \
-    template int CMLMatrixMN<T>::Apply_QRBD(int, int, CMLVectorN<T>&, CMLVectorN<T>&, T,         \
-                                            CMLMatrixMN<T>*, CMLMatrixMN<T>*);                   \
-    template int CMLMatrixMN<T>::PseudoSolveSystem(const CMLVectorN<T>&, CMLVectorN<T>&,         \
-                                                   mlMatrixNorm, double&) const;                 \
-    template int CMLMatrixMN<T>::QR_Decomposition(CMLMatrixMN<T>&, CMLMatrixMN<T>&, T) const;    \
-    template int CMLMatrixMN<T>::QRT_2D(CMLMatrixMN<T>&, CMLMatrixMN<T>&, T) const;              \
-    template int CMLMatrixMN<T>::CalculateRank(T);                                               \
-    template int CMLMatrixMN<T>::PseudoInverse(CMLMatrixMN<T>&, mlMatrixNorm, double&) const;    \
-    template int CMLMatrixMN<T>::Inverse(CMLMatrixMN<T>&, mlMatrixNorm, T, double&) const;       \
-    template int CMLMatrixMN<T>::Inverse(CMLMatrixMN<T>&, T) const;                              \
-    template T CMLMatrixMN<T>::Householder1(int, T&, T*, int);                                   \
-    template void CMLMatrixMN<T>::Householder2(const T*, T, int, int, int, int, int);            \
-    template int CMLMatrixMN<T>::ZeroUpperTransform(int, T*, T&);                                \
-    template int CMLMatrixMN<T>::ZeroRightTransform(int, T*, T&);                                \
-    template void CMLMatrixMN<T>::Givens1(T, T, T&, T&, T&);                                     \
-    template void CMLMatrixMN<T>::Givens2(int, int, T, T, int);                                  \
+#define ML_SVD_MEMBERS_DEFINE(T)                                                                   \
+    template int CMLMatrixMN<T>::SV_Decomposition(CMLMatrixMN<T>&, CMLMatrixMN<T>&,                \
+                                                  CMLVectorN<T>&, T) const;                        \
+    template int CMLMatrixMN<T>::SingDecomp2D(CMLMatrixMN<T>&, CMLMatrixMN<T>&, CMLVectorN<T>&, T) \
+        const;                                                                                     \
+    template int CMLMatrixMN<T>::ThinSVD(CMLMatrixMN<T>&, CMLMatrixMN<T>&, CMLVectorN<T>&);        \
+    template int CMLMatrixMN<T>::QRBD(CMLVectorN<T>&, CMLVectorN<T>&, CMLMatrixMN<T>*,             \
+                                      CMLMatrixMN<T>*, T);                                         \
+    template int CMLMatrixMN<T>::Apply_QRBD(int, int, CMLVectorN<T>&, CMLVectorN<T>&, T,           \
+                                            CMLMatrixMN<T>*, CMLMatrixMN<T>*);                     \
+    template int CMLMatrixMN<T>::PseudoSolveSystem(const CMLVectorN<T>&, CMLVectorN<T>&,           \
+                                                   mlMatrixNorm, double&) const;                   \
+    template int CMLMatrixMN<T>::QR_Decomposition(CMLMatrixMN<T>&, CMLMatrixMN<T>&, T) const;      \
+    template int CMLMatrixMN<T>::QRT_2D(CMLMatrixMN<T>&, CMLMatrixMN<T>&, T) const;                \
+    template int CMLMatrixMN<T>::CalculateRank(T);                                                 \
+    template int CMLMatrixMN<T>::PseudoInverse(CMLMatrixMN<T>&, mlMatrixNorm, double&) const;      \
+    template int CMLMatrixMN<T>::Inverse(CMLMatrixMN<T>&, mlMatrixNorm, T, double&) const;         \
+    template int CMLMatrixMN<T>::Inverse(CMLMatrixMN<T>&, T) const;                                \
+    template T CMLMatrixMN<T>::Householder1(int, T&, T*, int);                                     \
+    template void CMLMatrixMN<T>::Householder2(const T*, T, int, int, int, int, int);              \
+    template int CMLMatrixMN<T>::ZeroUpperTransform(int, T*, T&);                                  \
+    template int CMLMatrixMN<T>::ZeroRightTransform(int, T*, T&);                                  \
+    template void CMLMatrixMN<T>::Givens1(T, T, T&, T&, T&);                                       \
+    template void CMLMatrixMN<T>::Givens2(int, int, T, T, int);                                    \
     template int CMLMatrixMN<T>::ThinSVDUnitOffsetInPlace(T**, int, int, T*, T**, T);
 ML_FOR_EACH_REAL(ML_SVD_MEMBERS_DEFINE)
 #undef ML_SVD_MEMBERS_DEFINE

@@ -38,8 +38,7 @@ enum mlMatrixNorm : int {
 };
 
 // Element types of CMLBaseMatrix; CMLMatrixMN uses ML_FOR_EACH_REAL.
-#define ML_FOR_EACH_MATRIX_ELEMENT(X) \
-    X(float) X(double) X(CMLComplex<float>) X(CMLComplex<double>)
+#define ML_FOR_EACH_MATRIX_ELEMENT(X) X(float) X(double) X(CMLComplex<float>) X(CMLComplex<double>)
 
 template <class T>
 class ML_API CMLBaseMatrix {
@@ -182,7 +181,7 @@ public:
     CMLMatrixMN(const CMLMatrixMN& o);
     CMLMatrixMN(CMLMatrixMN&& o) noexcept;
     // Copy (or take over) a plain matrix; the rank is -1 (not known).
-    CMLMatrixMN(const CMLBaseMatrix<T>& o);  // NOLINT: results of base operations convert
+    CMLMatrixMN(const CMLBaseMatrix<T>& o);      // NOLINT: results of base operations convert
     CMLMatrixMN(CMLBaseMatrix<T>&& o) noexcept;  // NOLINT
     // Releases the singular values when the flag says they are held, then the elements.
     ~CMLMatrixMN() override;
@@ -361,8 +360,8 @@ public:
     // bidiagonal matrix (d, e), chasing the bulge downwards, rotations applied to U and V as in
     // QRBD; a zero shift runs the zero-shift sweep that keeps tiny singular values accurate. The
     // block must stand apart: e[l - 1] and e[u] are taken as zero.
-    static int Apply_QRBD(int l, int u, CMLVectorN<T>& d, CMLVectorN<T>& e, T shift,
-                          CMLMatrixMN* U, CMLMatrixMN* V);
+    static int Apply_QRBD(int l, int u, CMLVectorN<T>& d, CMLVectorN<T>& e, T shift, CMLMatrixMN* U,
+                          CMLMatrixMN* V);
 
     // Singular value decomposition on unit-offset arrays, for code written with indices from 1:
     // a[1..m][1..n] is replaced by U (m x n; when m < n its last n - m columns are zero),
@@ -396,21 +395,21 @@ ML_API int mlArePartsMatricesEqual(const CMLBaseMatrix<T>& a, int ar0, int ac0, 
                                    const CMLBaseMatrix<T>& b, int br0, int bc0, int br1, int bc1,
                                    ml::detail::non_deduced_t<T> precision);
 
-#define ML_MATRIX_BASE_EXTERN(T)           \
+#define ML_MATRIX_BASE_EXTERN(T)            \
     extern template class CMLBaseMatrix<T>; \
     extern template ML_API std::ostream& operator<< <T>(std::ostream&, const CMLBaseMatrix<T>&);
 ML_FOR_EACH_MATRIX_ELEMENT(ML_MATRIX_BASE_EXTERN)
 #undef ML_MATRIX_BASE_EXTERN
 
-#define ML_MATRIX_MN_EXTERN(T)                                                                  \
-    extern template class CMLMatrixMN<T>;                                                       \
-    extern template ML_API int mlAreAlmostEqual<T>(const CMLBaseMatrix<T>&,                     \
-                                                   const CMLBaseMatrix<T>&, T);                 \
-    extern template ML_API int mlIsMatrixEqualPartOfMatrix<T>(                                  \
-        const CMLBaseMatrix<T>&, const CMLBaseMatrix<T>&, int, int, int, int, T);               \
-    extern template ML_API int mlArePartsMatricesEqual<T>(const CMLBaseMatrix<T>&, int, int,    \
-                                                          int, int, const CMLBaseMatrix<T>&,    \
-                                                          int, int, int, int, T);
+#define ML_MATRIX_MN_EXTERN(T)                                                                    \
+    extern template class CMLMatrixMN<T>;                                                         \
+    extern template ML_API int mlAreAlmostEqual<T>(const CMLBaseMatrix<T>&,                       \
+                                                   const CMLBaseMatrix<T>&, T);                   \
+    extern template ML_API int mlIsMatrixEqualPartOfMatrix<T>(                                    \
+        const CMLBaseMatrix<T>&, const CMLBaseMatrix<T>&, int, int, int, int, T);                 \
+    extern template ML_API int mlArePartsMatricesEqual<T>(const CMLBaseMatrix<T>&, int, int, int, \
+                                                          int, const CMLBaseMatrix<T>&, int, int, \
+                                                          int, int, T);
 ML_FOR_EACH_REAL(ML_MATRIX_MN_EXTERN)
 #undef ML_MATRIX_MN_EXTERN
 

@@ -24,8 +24,8 @@ public:
     bool Reset(std::size_t count) {
         Release();
         if (count == 0) return true;
-        void* p = ::operator new(count * sizeof(T), std::align_val_t(kBufferAlignment),
-                                 std::nothrow);
+        void* p =
+            ::operator new(count * sizeof(T), std::align_val_t(kBufferAlignment), std::nothrow);
         if (!p) return false;
         m_data = static_cast<T*>(p);
         m_size = count;

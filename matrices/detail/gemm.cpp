@@ -57,17 +57,20 @@ void PortableKernel(int kc, const T* ap, const T* bp, T* c, long ldc, bool load)
 #pragma GCC unroll 16
     for (int r = 0; r < MR; ++r) {
 #pragma GCC unroll 16
-        for (int v = 0; v < NV; ++v) acc[r][v] = load ? LoadVec<V>(c + r * ldc + v * L) : V{};
+        for (int v = 0; v < NV; ++v)
+            acc[r][v] = load ? LoadVec<V>(c + r * ldc + v * L) : V{};
     }
     for (int p = 0; p < kc; ++p) {
         V b[NV];
 #pragma GCC unroll 16
-        for (int v = 0; v < NV; ++v) b[v] = LoadVec<V>(bp + v * L);
+        for (int v = 0; v < NV; ++v)
+            b[v] = LoadVec<V>(bp + v * L);
 #pragma GCC unroll 16
         for (int r = 0; r < MR; ++r) {
             const T a = ap[r];
 #pragma GCC unroll 16
-            for (int v = 0; v < NV; ++v) acc[r][v] += b[v] * a;
+            for (int v = 0; v < NV; ++v)
+                acc[r][v] += b[v] * a;
         }
         ap += MR;
         bp += NV * L;
@@ -75,7 +78,8 @@ void PortableKernel(int kc, const T* ap, const T* bp, T* c, long ldc, bool load)
 #pragma GCC unroll 16
     for (int r = 0; r < MR; ++r) {
 #pragma GCC unroll 16
-        for (int v = 0; v < NV; ++v) StoreVec(c + r * ldc + v * L, acc[r][v]);
+        for (int v = 0; v < NV; ++v)
+            StoreVec(c + r * ldc + v * L, acc[r][v]);
     }
 }
 
@@ -162,7 +166,7 @@ ML_TARGET_AVX2 void Avx2Kernel(int kc, const T* ap, const T* bp, T* c, long ldc,
 template <class T>
 struct KernelSpec {
     void (*kernel)(int, const T*, const T*, T*, long, bool);
-    int mr, nr;  // register tile
+    int mr, nr;      // register tile
     int mc, kc, nc;  // cache blocks; mc a multiple of mr, nc of nr
 };
 
@@ -195,13 +199,16 @@ void PackA(int mc, int kc, const T* a, long rsa, long csa, int mr, bool negate, 
             const T* src = a + (i0 + r) * rsa;
             T* dst = out + r;
             if (negate) {
-                for (int p = 0; p < kc; ++p) dst[p * mr] = -src[p * csa];
+                for (int p = 0; p < kc; ++p)
+                    dst[p * mr] = -src[p * csa];
             } else {
-                for (int p = 0; p < kc; ++p) dst[p * mr] = src[p * csa];
+                for (int p = 0; p < kc; ++p)
+                    dst[p * mr] = src[p * csa];
             }
         }
         for (int r = rows; r < mr; ++r) {
-            for (int p = 0; p < kc; ++p) out[p * mr + r] = T(0);
+            for (int p = 0; p < kc; ++p)
+                out[p * mr + r] = T(0);
         }
         out += static_cast<long>(mr) * kc;
     }
@@ -219,9 +226,11 @@ void PackB(int kc, int nc, const T* b, long rsb, long csb, int nr, T* out) {
             if (csb == 1) {
                 std::memcpy(dst, src, sizeof(T) * cols);
             } else {
-                for (int j = 0; j < cols; ++j) dst[j] = src[j * csb];
+                for (int j = 0; j < cols; ++j)
+                    dst[j] = src[j * csb];
             }
-            for (int j = cols; j < nr; ++j) dst[j] = T(0);
+            for (int j = cols; j < nr; ++j)
+                dst[j] = T(0);
         }
         out += static_cast<long>(nr) * kc;
     }
@@ -229,21 +238,24 @@ void PackB(int kc, int nc, const T* b, long rsb, long csb, int nr, T* out) {
 
 // The plain triple loop for products too small to repay packing; same accumulation order.
 template <class T>
-void SmallGemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long rsb,
-               long csb, T* c, long ldc, GemmUpdate update) {
+void SmallGemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long rsb, long csb,
+               T* c, long ldc, GemmUpdate update) {
     for (int i = 0; i < m; ++i) {
         T* ci = c + i * ldc;
         if (update == GemmUpdate::Set) {
-            for (int j = 0; j < n; ++j) ci[j] = T(0);
+            for (int j = 0; j < n; ++j)
+                ci[j] = T(0);
         }
         for (int p = 0; p < k; ++p) {
             T aip = a[i * rsa + p * csa];
             if (update == GemmUpdate::Subtract) aip = -aip;
             const T* bp = b + p * rsb;
             if (csb == 1) {
-                for (int j = 0; j < n; ++j) ci[j] += aip * bp[j];
+                for (int j = 0; j < n; ++j)
+                    ci[j] += aip * bp[j];
             } else {
-                for (int j = 0; j < n; ++j) ci[j] += aip * bp[j * csb];
+                for (int j = 0; j < n; ++j)
+                    ci[j] += aip * bp[j * csb];
             }
         }
     }
@@ -252,13 +264,14 @@ void SmallGemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, 
 }  // namespace
 
 template <class T>
-void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long rsb, long csb,
-          T* c, long ldc, GemmUpdate update, GemmKernel kernel) {
+void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long rsb, long csb, T* c,
+          long ldc, GemmUpdate update, GemmKernel kernel) {
     if (m <= 0 || n <= 0) return;
     if (k <= 0) {
         if (update == GemmUpdate::Set) {
             for (int i = 0; i < m; ++i) {
-                for (int j = 0; j < n; ++j) c[i * ldc + j] = T(0);
+                for (int j = 0; j < n; ++j)
+                    c[i * ldc + j] = T(0);
             }
         }
         return;
@@ -305,12 +318,14 @@ void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long 
                         }
                         if (load) {
                             for (int r = 0; r < rows; ++r) {
-                                for (int j = 0; j < cols; ++j) edge[r * nr + j] = ct[r * ldc + j];
+                                for (int j = 0; j < cols; ++j)
+                                    edge[r * nr + j] = ct[r * ldc + j];
                             }
                         }
                         spec.kernel(kc, ap, bp, edge, nr, load);
                         for (int r = 0; r < rows; ++r) {
-                            for (int j = 0; j < cols; ++j) ct[r * ldc + j] = edge[r * nr + j];
+                            for (int j = 0; j < cols; ++j)
+                                ct[r * ldc + j] = edge[r * nr + j];
                         }
                     }
                 }
@@ -319,8 +334,8 @@ void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long 
     }
 }
 
-template void Gemm<float>(int, int, int, const float*, long, long, const float*, long, long,
-                          float*, long, GemmUpdate, GemmKernel);
+template void Gemm<float>(int, int, int, const float*, long, long, const float*, long, long, float*,
+                          long, GemmUpdate, GemmKernel);
 template void Gemm<double>(int, int, int, const double*, long, long, const double*, long, long,
                            double*, long, GemmUpdate, GemmKernel);
 

@@ -21,14 +21,13 @@ enum class GemmUpdate { Set, Add, Subtract };
 // portable kernel therefore reproduces the plain sum bit for bit, while the AVX2/FMA kernel
 // rounds once per fused multiply-add. With k = 0, Set writes zeros.
 template <class T>
-void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long rsb, long csb,
-          T* c, long ldc, GemmUpdate update = GemmUpdate::Set,
-          GemmKernel kernel = GemmKernel::Automatic);
+void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long rsb, long csb, T* c,
+          long ldc, GemmUpdate update = GemmUpdate::Set, GemmKernel kernel = GemmKernel::Automatic);
 
-extern template void Gemm<float>(int, int, int, const float*, long, long, const float*, long,
-                                  long, float*, long, GemmUpdate, GemmKernel);
+extern template void Gemm<float>(int, int, int, const float*, long, long, const float*, long, long,
+                                 float*, long, GemmUpdate, GemmKernel);
 extern template void Gemm<double>(int, int, int, const double*, long, long, const double*, long,
-                                   long, double*, long, GemmUpdate, GemmKernel);
+                                  long, double*, long, GemmUpdate, GemmKernel);
 
 }  // namespace ml::detail
 

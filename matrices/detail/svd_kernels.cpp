@@ -91,8 +91,8 @@ void SingularValues2x2(T f, T g, T h, T& ssmin, T& ssmax) {
     }
     const T as = T(1) + fhmn / fhmx;
     const T at = (fhmx - fhmn) / fhmx;
-    const T c = T(1) / (std::sqrt(T(1) + (as * au) * (as * au)) +
-                        std::sqrt(T(1) + (at * au) * (at * au)));
+    const T c =
+        T(1) / (std::sqrt(T(1) + (as * au) * (as * au)) + std::sqrt(T(1) + (at * au) * (at * au)));
     ssmin = (fhmn * c) * au;
     ssmin = ssmin + ssmin;
     ssmax = ga / (c + c);
@@ -101,7 +101,8 @@ void SingularValues2x2(T f, T g, T h, T& ssmin, T& ssmax) {
 template <class T>
 void SetIdentity(int rows, int cols, T* x, long ld) {
     for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) x[i * ld + j] = i == j ? T(1) : T(0);
+        for (int j = 0; j < cols; ++j)
+            x[i * ld + j] = i == j ? T(1) : T(0);
     }
 }
 
@@ -286,14 +287,14 @@ void RotateRows(T* x, long ld, int len, int p, int q, T c, T s) {
     portable::RotateTwoRows(x, ld, len, p, q, c, s);
 }
 
-#define ML_SVD_KERNELS_DEFINE(T)                                                                \
-    template int Svd<T>(int, int, const T*, long, long, T*, T*, long, int, T*, long, int, T);   \
-    template int Qr<T>(int, int, const T*, long, long, T*, long, int, T*, long, int, T);        \
-    template T MakeReflector<T>(int, T&, T*, long);                                             \
-    template void MakeRotation<T>(T, T, T&, T&, T&);                                            \
-    template void Svd2x2Upper<T>(T, T, T, T&, T&, T&, T&, T&, T&);                              \
-    template int BidiagonalQr<T>(int, T*, T*, T*, long, int, T*, long, int, T);                 \
-    template int BidiagonalSweep<T>(int, int, T*, T*, T, T*, long, int, T*, long, int);         \
+#define ML_SVD_KERNELS_DEFINE(T)                                                              \
+    template int Svd<T>(int, int, const T*, long, long, T*, T*, long, int, T*, long, int, T); \
+    template int Qr<T>(int, int, const T*, long, long, T*, long, int, T*, long, int, T);      \
+    template T MakeReflector<T>(int, T&, T*, long);                                           \
+    template void MakeRotation<T>(T, T, T&, T&, T&);                                          \
+    template void Svd2x2Upper<T>(T, T, T, T&, T&, T&, T&, T&, T&);                            \
+    template int BidiagonalQr<T>(int, T*, T*, T*, long, int, T*, long, int, T);               \
+    template int BidiagonalSweep<T>(int, int, T*, T*, T, T*, long, int, T*, long, int);       \
     template void RotateRows<T>(T*, long, int, int, int, T, T);
 ML_SVD_KERNELS_DEFINE(float)
 ML_SVD_KERNELS_DEFINE(double)

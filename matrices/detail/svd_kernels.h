@@ -71,15 +71,15 @@ int BidiagonalSweep(int l, int u, T* d, T* e, T shift, T* ut, long ldu, int nu, 
 template <class T>
 void RotateRows(T* x, long ld, int len, int p, int q, T c, T s);
 
-#define ML_SVD_KERNELS_EXTERN(T)                                                               \
-    extern template int Svd<T>(int, int, const T*, long, long, T*, T*, long, int, T*, long,    \
-                               int, T);                                                        \
-    extern template int Qr<T>(int, int, const T*, long, long, T*, long, int, T*, long, int, T); \
-    extern template T MakeReflector<T>(int, T&, T*, long);                                     \
-    extern template void MakeRotation<T>(T, T, T&, T&, T&);                                    \
-    extern template void Svd2x2Upper<T>(T, T, T, T&, T&, T&, T&, T&, T&);                      \
-    extern template int BidiagonalQr<T>(int, T*, T*, T*, long, int, T*, long, int, T);         \
-    extern template int BidiagonalSweep<T>(int, int, T*, T*, T, T*, long, int, T*, long, int); \
+#define ML_SVD_KERNELS_EXTERN(T)                                                                 \
+    extern template int Svd<T>(int, int, const T*, long, long, T*, T*, long, int, T*, long, int, \
+                               T);                                                               \
+    extern template int Qr<T>(int, int, const T*, long, long, T*, long, int, T*, long, int, T);  \
+    extern template T MakeReflector<T>(int, T&, T*, long);                                       \
+    extern template void MakeRotation<T>(T, T, T&, T&, T&);                                      \
+    extern template void Svd2x2Upper<T>(T, T, T, T&, T&, T&, T&, T&, T&);                        \
+    extern template int BidiagonalQr<T>(int, T*, T*, T*, long, int, T*, long, int, T);           \
+    extern template int BidiagonalSweep<T>(int, int, T*, T*, T, T*, long, int, T*, long, int);   \
     extern template void RotateRows<T>(T*, long, int, int, int, T, T);
 ML_SVD_KERNELS_EXTERN(float)
 ML_SVD_KERNELS_EXTERN(double)

@@ -24,8 +24,12 @@ TYPED_TEST_SUITE(MatrixTyped, RealTypes);
 // singular-value arrays without releasing them, as callers have always had it.
 struct LeakCheckPause {
 #if defined(__SANITIZE_ADDRESS__)
-    LeakCheckPause() { __lsan_disable(); }
-    ~LeakCheckPause() { __lsan_enable(); }
+    LeakCheckPause() {
+        __lsan_disable();
+    }
+    ~LeakCheckPause() {
+        __lsan_enable();
+    }
 #else
     LeakCheckPause() {}   // NOLINT: user-provided so that an unused instance is no warning
     ~LeakCheckPause() {}  // NOLINT
@@ -35,7 +39,8 @@ struct LeakCheckPause {
 template <class T>
 CMLMatrixMN<T> Make(int rows, int cols, std::initializer_list<double> values) {
     std::vector<T> v;
-    for (double x : values) v.push_back(static_cast<T>(x));
+    for (double x : values)
+        v.push_back(static_cast<T>(x));
     return CMLMatrixMN<T>(rows, cols, v.data());
 }
 
@@ -45,7 +50,8 @@ CMLMatrixMN<T> RandomIntegers(int rows, int cols, unsigned seed) {
     std::mt19937 rng(seed);
     std::uniform_int_distribution<int> d(-8, 8);
     CMLMatrixMN<T> m(rows, cols);
-    for (int i = 0; i < rows * cols; ++i) m[i] = static_cast<T>(d(rng));
+    for (int i = 0; i < rows * cols; ++i)
+        m[i] = static_cast<T>(d(rng));
     return m;
 }
 
@@ -55,7 +61,8 @@ CMLMatrixMN<T> NaiveProduct(const CMLMatrixMN<T>& a, const CMLMatrixMN<T>& b) {
     for (int i = 0; i < a.RowsNb(); ++i) {
         for (int j = 0; j < b.ColsNb(); ++j) {
             T s = 0;
-            for (int k = 0; k < a.ColsNb(); ++k) s += a(i, k) * b(k, j);
+            for (int k = 0; k < a.ColsNb(); ++k)
+                s += a(i, k) * b(k, j);
             c(i, j) = s;
         }
     }
@@ -85,7 +92,8 @@ TEST(MatrixLayout, PolymorphicWithFieldsInOrder) {
 TYPED_TEST(MatrixTyped, ConstructionZeroFillsOrCopiesRowMajor) {
     using T = TypeParam;
     CMLMatrixMN<T> z(2, 3);
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(z[k], T(0));
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(z[k], T(0));
     const T src[] = {1, 2, 3, 4, 5, 6};
     CMLMatrixMN<T> m(2, 3, src);
     EXPECT_EQ(m(0, 2), T(3));
@@ -117,7 +125,8 @@ TEST(MatrixEmpty, ZeroSizedMatricesHoldNothingAndLoopsDoNothing) {
     const CMLBaseMatrix<double> p = CMLBaseMatrix<double>(3, 0) * CMLBaseMatrix<double>(0, 2);
     EXPECT_EQ(p.RowsNb(), 3);
     EXPECT_EQ(p.ColsNb(), 2);
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(p[k], 0.0);  // an empty inner sum is zero
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(p[k], 0.0);  // an empty inner sum is zero
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -373,9 +382,9 @@ TYPED_TEST(MatrixTyped, ElementwiseArithmetic) {
 TYPED_TEST(MatrixTyped, ProductsMatchThePlainSumForEveryTileShape) {
     using T = TypeParam;
     // Sizes around the register tiles and cache blocks (k beyond one block of 256 included).
-    const int shapes[][3] = {{1, 1, 1},   {3, 5, 2},    {7, 9, 13},  {24, 24, 24},
-                             {25, 17, 31}, {67, 45, 91}, {100, 300, 20}, {13, 257, 40},
-                             {97, 33, 130}};
+    const int shapes[][3] = {{1, 1, 1},      {3, 5, 2},     {7, 9, 13},
+                             {24, 24, 24},   {25, 17, 31},  {67, 45, 91},
+                             {100, 300, 20}, {13, 257, 40}, {97, 33, 130}};
     unsigned seed = 1;
     for (const auto& s : shapes) {
         const CMLMatrixMN<T> a = RandomIntegers<T>(s[0], s[1], seed++);
@@ -394,8 +403,10 @@ TYPED_TEST(MatrixTyped, ProductOfGeneralValuesIsWithinRounding) {
     std::mt19937 rng(7);
     std::uniform_real_distribution<T> d(-1, 1);
     CMLMatrixMN<T> a(70, 90), b(90, 50);
-    for (int i = 0; i < 70 * 90; ++i) a[i] = d(rng);
-    for (int i = 0; i < 90 * 50; ++i) b[i] = d(rng);
+    for (int i = 0; i < 70 * 90; ++i)
+        a[i] = d(rng);
+    for (int i = 0; i < 90 * 50; ++i)
+        b[i] = d(rng);
     const CMLMatrixMN<T> c = a * b, ref = NaiveProduct(a, b);
     const T tol = std::numeric_limits<T>::epsilon() * 90 * 4;
     EXPECT_EQ(mlAreAlmostEqual(c, ref, tol), 1);

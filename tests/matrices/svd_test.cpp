@@ -33,7 +33,8 @@ Matrix<T> Random(int rows, int cols, unsigned seed, double lo = -1, double hi = 
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> d(lo, hi);
     Matrix<T> m(rows, cols);
-    for (int i = 0; i < rows * cols; ++i) m[i] = static_cast<T>(d(rng));
+    for (int i = 0; i < rows * cols; ++i)
+        m[i] = static_cast<T>(d(rng));
     return m;
 }
 
@@ -41,16 +42,19 @@ Matrix<T> Random(int rows, int cols, unsigned seed, double lo = -1, double hi = 
 template <class T>
 std::vector<double> ToDouble(const CMLBaseMatrix<T>& a) {
     std::vector<double> v(static_cast<std::size_t>(a.RowsNb()) * a.ColsNb());
-    for (std::size_t i = 0; i < v.size(); ++i) v[i] = static_cast<double>(a[static_cast<int>(i)]);
+    for (std::size_t i = 0; i < v.size(); ++i)
+        v[i] = static_cast<double>(a[static_cast<int>(i)]);
     return v;
 }
 
 double Frobenius(const std::vector<double>& a) {
     double mx = 0;
-    for (double x : a) mx = std::fmax(mx, std::fabs(x));
+    for (double x : a)
+        mx = std::fmax(mx, std::fabs(x));
     if (mx == 0) return 0;
     double s = 0;
-    for (double x : a) s += (x / mx) * (x / mx);
+    for (double x : a)
+        s += (x / mx) * (x / mx);
     return mx * std::sqrt(s);
 }
 
@@ -77,7 +81,8 @@ std::vector<double> Product(const CMLBaseMatrix<T>& a, bool ta, const CMLBaseMat
 
 double MaxDiff(const std::vector<double>& a, const std::vector<double>& b) {
     double d = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) d = std::fmax(d, std::fabs(a[i] - b[i]));
+    for (std::size_t i = 0; i < a.size(); ++i)
+        d = std::fmax(d, std::fabs(a[i] - b[i]));
     return d;
 }
 
@@ -110,7 +115,8 @@ void ExpectSvdContract(const Matrix<T>& a, bool full, const std::string& name) {
     }
     Matrix<T> us(u);
     for (int i = 0; i < m; ++i) {
-        for (int j = 0; j < us.ColsNb(); ++j) us(i, j) *= j < k ? s[j] : T(0);
+        for (int j = 0; j < us.ColsNb(); ++j)
+            us(i, j) *= j < k ? s[j] : T(0);
     }
     // Only the first k columns of full factors meet a singular value.
     const std::vector<double> ref = ToDouble(a);
@@ -118,7 +124,8 @@ void ExpectSvdContract(const Matrix<T>& a, bool full, const std::string& name) {
     for (int i = 0; i < m; ++i) {
         for (int j = 0; j < n; ++j) {
             double t = 0;
-            for (int p = 0; p < k; ++p) t += double(us(i, p)) * double(v(j, p));
+            for (int p = 0; p < k; ++p)
+                t += double(us(i, p)) * double(v(j, p));
             rec[static_cast<std::size_t>(i) * n + j] = t;
         }
     }
@@ -151,14 +158,16 @@ std::vector<std::pair<std::string, Matrix<T>>> Battery() {
     const double span = std::is_same_v<T, float> ? 12.0 : 40.0;
     for (int i = 0; i < 9; ++i) {
         for (int j = 0; j < 7; ++j) {
-            scaled(i, j) *= static_cast<T>(std::pow(10.0, span * (i - 4) / 8 - span * (j - 3) / 12));
+            scaled(i, j) *=
+                static_cast<T>(std::pow(10.0, span * (i - 4) / 8 - span * (j - 3) / 12));
         }
     }
     b.emplace_back("badly scaled 9x7", scaled);
     // Uniformly tiny and huge matrices.
     Matrix<T> tiny = Random<T>(5, 4, 11);
     Matrix<T> huge = Random<T>(4, 5, 12);
-    const T small = std::numeric_limits<T>::min() * T(16), large = std::numeric_limits<T>::max() / T(4);
+    const T small = std::numeric_limits<T>::min() * T(16),
+            large = std::numeric_limits<T>::max() / T(4);
     for (int i = 0; i < 20; ++i) {
         tiny[i] *= small;
         huge[i] *= large;
@@ -168,7 +177,8 @@ std::vector<std::pair<std::string, Matrix<T>>> Battery() {
     // Repeated singular values: an orthogonal matrix scaled by 3.
     Matrix<T> rot(4);
     const int perm[4] = {2, 0, 3, 1};
-    for (int i = 0; i < 4; ++i) rot(i, perm[i]) = T(i % 2 ? -3 : 3);
+    for (int i = 0; i < 4; ++i)
+        rot(i, perm[i]) = T(i % 2 ? -3 : 3);
     b.emplace_back("repeated values 4x4", rot);
     // Upper bidiagonal with a zero on the diagonal, and a graded diagonal.
     Matrix<T> bidiag(6);
@@ -199,20 +209,24 @@ TYPED_TEST(SvdTyped, KnownSingularValuesAreFound) {
     auto reflector = [](const Matrix<T>& w) {
         const int d = w.RowsNb();
         double nn = 0;
-        for (int i = 0; i < d; ++i) nn += double(w[i]) * double(w[i]);
+        for (int i = 0; i < d; ++i)
+            nn += double(w[i]) * double(w[i]);
         Matrix<T> h(d);
         for (int i = 0; i < d; ++i) {
-            for (int j = 0; j < d; ++j) h(i, j) = T((i == j) - 2.0 * double(w[i]) * double(w[j]) / nn);
+            for (int j = 0; j < d; ++j)
+                h(i, j) = T((i == j) - 2.0 * double(w[i]) * double(w[j]) / nn);
         }
         return h;
     };
     Matrix<T> d(m, n);
-    for (int i = 0; i < n; ++i) d(i, i) = T(sigma[i]);
+    for (int i = 0; i < n; ++i)
+        d(i, i) = T(sigma[i]);
     const Matrix<T> a = reflector(x) * d * reflector(y);
     Matrix<T> u(m, n), v(n, n);
     CMLVectorN<T> s(n + 2, T(9));  // longer than needed: the rest becomes 0
     ASSERT_EQ(a.SV_Decomposition(u, v, s, T(0)), 1);
-    for (int i = 0; i < n; ++i) EXPECT_NEAR(double(s[i]), sigma[i], RelTol<T>(m, n) * 10);
+    for (int i = 0; i < n; ++i)
+        EXPECT_NEAR(double(s[i]), sigma[i], RelTol<T>(m, n) * 10);
     EXPECT_EQ(s[n], T(0));
     EXPECT_EQ(s[n + 1], T(0));
 }
@@ -239,7 +253,8 @@ TYPED_TEST(SvdTyped, ToleranceTradesAccuracyForIterations) {
     ASSERT_EQ(a.SV_Decomposition(u, v, s, T(1e-3)), 1);
     const Matrix<T> us = u * [&] {
         Matrix<T> d(20);
-        for (int i = 0; i < 20; ++i) d(i, i) = s[i];
+        for (int i = 0; i < 20; ++i)
+            d(i, i) = s[i];
         return d;
     }();
     const std::vector<double> rec = Product(us, false, v, true);
@@ -254,24 +269,29 @@ TYPED_TEST(SvdTyped, SingDecomp2DClosedFormMeetsTheContract) {
     std::uniform_real_distribution<double> d(-1, 1);
     for (int t = 0; t < 400; ++t) {
         Matrix<T> a(2, 2);
-        for (int i = 0; i < 4; ++i) a[i] = static_cast<T>(d(rng));
-        if (t % 5 == 1) a[2] = T(0);                  // already triangular
-        if (t % 5 == 2) a[1] = a[2] = T(0);           // diagonal
-        if (t % 5 == 3) a[3] = a[2] * a[1] / a[0];    // singular
-        if (t % 7 == 0) a[1] *= T(1e6);               // dominant off-diagonal
+        for (int i = 0; i < 4; ++i)
+            a[i] = static_cast<T>(d(rng));
+        if (t % 5 == 1) a[2] = T(0);                // already triangular
+        if (t % 5 == 2) a[1] = a[2] = T(0);         // diagonal
+        if (t % 5 == 3) a[3] = a[2] * a[1] / a[0];  // singular
+        if (t % 7 == 0) a[1] *= T(1e6);             // dominant off-diagonal
         Matrix<T> u(2, 2), v(2, 2);
         CMLVectorN<T> s(2);
         ASSERT_EQ(a.SingDecomp2D(u, v, s, T(0)), 1);
         EXPECT_GE(s[1], T(0));
         EXPECT_GE(s[0], s[1]);
-        const std::vector<double> us = Product(u, false, [&] {
-            Matrix<T> dd(2);
-            dd(0, 0) = s[0];
-            dd(1, 1) = s[1];
-            return dd;
-        }(), false);
+        const std::vector<double> us = Product(
+            u, false,
+            [&] {
+                Matrix<T> dd(2);
+                dd(0, 0) = s[0];
+                dd(1, 1) = s[1];
+                return dd;
+            }(),
+            false);
         Matrix<T> usm(2, 2);
-        for (int i = 0; i < 4; ++i) usm[i] = static_cast<T>(us[i]);
+        for (int i = 0; i < 4; ++i)
+            usm[i] = static_cast<T>(us[i]);
         EXPECT_LE(MaxDiff(Product(usm, false, v, true), ToDouble(a)),
                   RelTol<T>(2, 2) * 4 * Frobenius(ToDouble(a)));
         EXPECT_LE(OrthonormalityError(u), RelTol<T>(2, 2));
@@ -295,7 +315,8 @@ TYPED_TEST(SvdTyped, ThinSvdCodesAndCache) {
     EXPECT_EQ(a.IsSingCalculated(), 1);
     T held[4] = {};
     a.GetSingularNumbers(held);
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(held[i], s[i]);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(held[i], s[i]);
     ExpectSvdContract(a, false, "ThinSVD input");
     Matrix<T> bad(a);
     bad(1, 1) = std::numeric_limits<T>::quiet_NaN();
@@ -309,31 +330,39 @@ TYPED_TEST(SvdTyped, UnitOffsetWorkerOnRowPointerArrays) {
         const int m = shape.first, n = shape.second;
         const Matrix<T> a = Random<T>(m, n, 60 + m);
         // Index 0 of every array is unused: indices run from 1.
-        std::vector<std::vector<T>> arows(m + 1, std::vector<T>(n + 1)), vrows(n + 1, std::vector<T>(n + 1));
+        std::vector<std::vector<T>> arows(m + 1, std::vector<T>(n + 1)),
+            vrows(n + 1, std::vector<T>(n + 1));
         std::vector<T*> ap(m + 1), vp(n + 1);
         std::vector<T> w(n + 1);
-        for (int i = 0; i <= m; ++i) ap[i] = arows[i].data();
-        for (int i = 0; i <= n; ++i) vp[i] = vrows[i].data();
+        for (int i = 0; i <= m; ++i)
+            ap[i] = arows[i].data();
+        for (int i = 0; i <= n; ++i)
+            vp[i] = vrows[i].data();
         for (int i = 0; i < m; ++i) {
-            for (int j = 0; j < n; ++j) arows[i + 1][j + 1] = a(i, j);
+            for (int j = 0; j < n; ++j)
+                arows[i + 1][j + 1] = a(i, j);
         }
-        ASSERT_EQ(Matrix<T>::ThinSVDUnitOffsetInPlace(ap.data(), m, n, w.data(), vp.data(), T(0)), 1);
+        ASSERT_EQ(Matrix<T>::ThinSVDUnitOffsetInPlace(ap.data(), m, n, w.data(), vp.data(), T(0)),
+                  1);
         double err = 0;
         for (int i = 0; i < m; ++i) {
             for (int j = 0; j < n; ++j) {
                 double t = 0;
-                for (int p = 1; p <= n; ++p) t += double(ap[i + 1][p]) * w[p] * double(vp[j + 1][p]);
+                for (int p = 1; p <= n; ++p)
+                    t += double(ap[i + 1][p]) * w[p] * double(vp[j + 1][p]);
                 err = std::fmax(err, std::fabs(t - double(a(i, j))));
             }
         }
         EXPECT_LE(err, RelTol<T>(m, n) * Frobenius(ToDouble(a)));
-        for (int p = 2; p <= n; ++p) EXPECT_LE(w[p], w[p - 1]);
+        for (int p = 2; p <= n; ++p)
+            EXPECT_LE(w[p], w[p - 1]);
         if (m < n) {
             EXPECT_EQ(w[n], T(0));
         }
         Matrix<T> vm(n, n);
         for (int i = 0; i < n; ++i) {
-            for (int j = 0; j < n; ++j) vm(i, j) = vp[i + 1][j + 1];
+            for (int j = 0; j < n; ++j)
+                vm(i, j) = vp[i + 1][j + 1];
         }
         EXPECT_LE(OrthonormalityError(vm), RelTol<T>(m, n));  // V is square orthogonal
     }
@@ -353,10 +382,13 @@ TYPED_TEST(SvdTyped, PseudoInverseSatisfiesThePenroseConditions) {
         EXPECT_GE(condition, 0.0) << name;
         const double na = Frobenius(ToDouble(a)), nx = Frobenius(ToDouble(x));
         const double tol = RelTol<T>(m, n) * 20;
-        const std::vector<double> ax = Product(a, false, x, false), xa = Product(x, false, a, false);
+        const std::vector<double> ax = Product(a, false, x, false),
+                                  xa = Product(x, false, a, false);
         Matrix<T> axm(m, m), xam(n, n);
-        for (int i = 0; i < m * m; ++i) axm[i] = static_cast<T>(ax[static_cast<std::size_t>(i)]);
-        for (int i = 0; i < n * n; ++i) xam[i] = static_cast<T>(xa[static_cast<std::size_t>(i)]);
+        for (int i = 0; i < m * m; ++i)
+            axm[i] = static_cast<T>(ax[static_cast<std::size_t>(i)]);
+        for (int i = 0; i < n * n; ++i)
+            xam[i] = static_cast<T>(xa[static_cast<std::size_t>(i)]);
         // A X A = A, X A X = X, A X and X A symmetric.
         EXPECT_LE(MaxDiff(Product(axm, false, a, false), ToDouble(a)), tol * na) << name;
         EXPECT_LE(MaxDiff(Product(xam, false, x, false), ToDouble(x)), tol * nx * (1 + na * nx))
@@ -395,20 +427,25 @@ TYPED_TEST(SvdTyped, LeastSquaresResidualIsOrthogonalToTheColumnSpace) {
         const int m = a.RowsNb(), n = a.ColsNb();
         const Matrix<T> bm = Random<T>(m, 1, 70);
         CMLVectorN<T> b(m), x(n);
-        for (int i = 0; i < m; ++i) b[i] = bm[i];
+        for (int i = 0; i < m; ++i)
+            b[i] = bm[i];
         double c = 0;
         ASSERT_EQ(a.PseudoSolveSystem(b, x, mlNormSpectral, c), 1) << name;
         std::vector<double> r(static_cast<std::size_t>(m));
         for (int i = 0; i < m; ++i) {
             double t = double(b[i]);
-            for (int j = 0; j < n; ++j) t -= double(a(i, j)) * double(x[j]);
+            for (int j = 0; j < n; ++j)
+                t -= double(a(i, j)) * double(x[j]);
             r[static_cast<std::size_t>(i)] = t;
         }
         const double na = Frobenius(ToDouble(a)), nb = Frobenius(ToDouble(bm));
         for (int j = 0; j < n; ++j) {
             double t = 0;
-            for (int i = 0; i < m; ++i) t += double(a(i, j)) * r[static_cast<std::size_t>(i)];
-            EXPECT_LE(std::fabs(t), RelTol<T>(m, n) * 20 * na * (nb + na * Frobenius(ToDouble(Matrix<T>(n, 1, &x[0]))))) << name;
+            for (int i = 0; i < m; ++i)
+                t += double(a(i, j)) * r[static_cast<std::size_t>(i)];
+            EXPECT_LE(std::fabs(t), RelTol<T>(m, n) * 20 * na *
+                                        (nb + na * Frobenius(ToDouble(Matrix<T>(n, 1, &x[0])))))
+                << name;
         }
     }
     const Matrix<T> a = Random<T>(3, 2, 71);
@@ -454,7 +491,8 @@ TYPED_TEST(SvdTyped, RankOfRankDeficientMatrices) {
 TYPED_TEST(SvdTyped, InverseCodesAndResults) {
     using T = TypeParam;
     Matrix<T> a = Random<T>(6, 6, 100);
-    for (int i = 0; i < 6; ++i) a(i, i) += T(3);  // well conditioned
+    for (int i = 0; i < 6; ++i)
+        a(i, i) += T(3);  // well conditioned
     Matrix<T> inv(6, 6);
     double c = -1;
     ASSERT_EQ(a.Inverse(inv, mlNormSpectral, T(1e-6), c), 0);
@@ -499,7 +537,8 @@ TYPED_TEST(SvdTyped, InverseByRowCountLeavesOneByOneAlone) {
     Matrix<T> none, noneOut;
     EXPECT_EQ(none.Inverse(noneOut, T(1e-6)), 1);
     Matrix<T> a = Random<T>(7, 7, 110);
-    for (int i = 0; i < 7; ++i) a(i, i) += T(4);
+    for (int i = 0; i < 7; ++i)
+        a(i, i) += T(4);
     Matrix<T> inv(7, 7);
     ASSERT_EQ(a.Inverse(inv, T(1e-6)), 0);  // the general path
     const Matrix<T> id = a * inv;
@@ -554,7 +593,8 @@ void ExpectQrContract(const Matrix<T>& a, bool full, const std::string& name) {
         << name;
     EXPECT_LE(OrthonormalityError(q), tol) << name;
     for (int i = 0; i < qc; ++i) {
-        for (int j = 0; j < n && j < i; ++j) EXPECT_EQ(r(i, j), T(0)) << name;
+        for (int j = 0; j < n && j < i; ++j)
+            EXPECT_EQ(r(i, j), T(0)) << name;
         if (i < k) {
             EXPECT_GE(r(i, i), T(0)) << name;
         }
@@ -617,7 +657,8 @@ TYPED_TEST(SvdTyped, HouseholderBuildingBlocks) {
     const T w[4] = {T(1), x[0], x[1], x[2]};
     col.Householder2(w, tau, 0, 0, 3, 0, 1);
     EXPECT_NEAR(double(col(0, 0)), double(alpha), 1e-5);
-    for (int i = 1; i < 4; ++i) EXPECT_NEAR(double(col(i, 0)), 0.0, 1e-5);
+    for (int i = 1; i < 4; ++i)
+        EXPECT_NEAR(double(col(i, 0)), 0.0, 1e-5);
     Matrix<T> row(1, 4, std::vector<T>{T(4), T(2), T(-1), T(2)}.data());
     row.Householder2(w, tau, 0, 0, 0, 3, 0);  // from the right
     EXPECT_NEAR(double(row(0, 0)), double(alpha), 1e-5);
@@ -647,7 +688,8 @@ TYPED_TEST(SvdTyped, AlternatingTransformsReduceToBidiagonalForm) {
     CMLVectorN<T> s1(5), s2(5);
     ASSERT_EQ(a.SV_Decomposition(u1, v1, s1, T(0)), 1);
     ASSERT_EQ(b.SV_Decomposition(u2, v2, s2, T(0)), 1);
-    for (int i = 0; i < 5; ++i) EXPECT_NEAR(double(s1[i]), double(s2[i]), RelTol<T>(7, 5) * 10);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_NEAR(double(s1[i]), double(s2[i]), RelTol<T>(7, 5) * 10);
 }
 
 TYPED_TEST(SvdTyped, GivensRotations) {
@@ -678,8 +720,10 @@ TYPED_TEST(SvdTyped, BidiagonalQrDiagonalisesWithAccumulatedRotations) {
     using T = TypeParam;
     const int n = 8;
     CMLVectorN<T> d(n), e(n - 1);
-    for (int i = 0; i < n; ++i) d[i] = T(1 + (i * 37) % 11) * (i % 3 ? T(1) : T(-1));
-    for (int i = 0; i < n - 1; ++i) e[i] = T(0.5 + i % 4);
+    for (int i = 0; i < n; ++i)
+        d[i] = T(1 + (i * 37) % 11) * (i % 3 ? T(1) : T(-1));
+    for (int i = 0; i < n - 1; ++i)
+        e[i] = T(0.5 + i % 4);
     e[0] = e[6] = T(0);  // rows 1..6 form a separate block
     Matrix<T> b(n);
     for (int i = 0; i < n; ++i) {
@@ -698,7 +742,7 @@ TYPED_TEST(SvdTyped, BidiagonalQrDiagonalisesWithAccumulatedRotations) {
         if (i + 1 < n) b1(i, i + 1) = e1[i];
     }
     EXPECT_LE(MaxDiff(Product(u * b1, false, v, true), ToDouble(b)), RelTol<T>(n, n) * 20);
-    EXPECT_EQ(d1[7], d[7]);  // outside the block
+    EXPECT_EQ(d1[7], d[7]);                                           // outside the block
     EXPECT_EQ(Matrix<T>::Apply_QRBD(3, 3, d1, e1, T(0), &u, &v), 0);  // empty block
     ASSERT_EQ(Matrix<T>::Apply_QRBD(1, 6, d1, e1, T(0), &u, &v), 1);  // zero shift
     for (int i = 0; i < n; ++i) {
@@ -723,7 +767,8 @@ TYPED_TEST(SvdTyped, BidiagonalQrDiagonalisesWithAccumulatedRotations) {
         }
     }
     Matrix<T> dm(n);
-    for (int i = 0; i < n; ++i) dm(i, i) = d2[i];
+    for (int i = 0; i < n; ++i)
+        dm(i, i) = d2[i];
     EXPECT_LE(MaxDiff(Product(uu * dm, false, vv, true), ToDouble(b)), RelTol<T>(n, n) * 20);
     EXPECT_LE(OrthonormalityError(uu), RelTol<T>(n, n));
     CMLVectorN<T> d3(d), e3(e);
@@ -738,8 +783,8 @@ TYPED_TEST(SvdTyped, NonFiniteInputFailsThroughTheReturnValue) {
     const T specials[] = {std::numeric_limits<T>::quiet_NaN(), std::numeric_limits<T>::infinity(),
                           -std::numeric_limits<T>::infinity()};
     for (const T bad : specials) {
-        for (const auto& shape : {std::pair<int, int>(4, 4), std::pair<int, int>(2, 5),
-                                  std::pair<int, int>(1, 1)}) {
+        for (const auto& shape :
+             {std::pair<int, int>(4, 4), std::pair<int, int>(2, 5), std::pair<int, int>(1, 1)}) {
             Matrix<T> a = Random<T>(shape.first, shape.second, 140);
             a[a.RowsNb() * a.ColsNb() - 1] = bad;
             const int m = a.RowsNb(), n = a.ColsNb(), k = m < n ? m : n;
@@ -773,12 +818,24 @@ TYPED_TEST(SvdTyped, StructuredRandomInputsAllConverge) {
         Matrix<T> a(m, n);
         for (int i = 0; i < m * n; ++i) {
             switch (pick(rng)) {
-                case 0: a[i] = T(0); break;
-                case 1: a[i] = T(1); break;
-                case 2: a[i] = T(-1); break;
-                case 3: a[i] = static_cast<T>(u(rng) * big); break;
-                case 4: a[i] = static_cast<T>(u(rng) * small); break;
-                default: a[i] = static_cast<T>(u(rng)); break;
+                case 0:
+                    a[i] = T(0);
+                    break;
+                case 1:
+                    a[i] = T(1);
+                    break;
+                case 2:
+                    a[i] = T(-1);
+                    break;
+                case 3:
+                    a[i] = static_cast<T>(u(rng) * big);
+                    break;
+                case 4:
+                    a[i] = static_cast<T>(u(rng) * small);
+                    break;
+                default:
+                    a[i] = static_cast<T>(u(rng));
+                    break;
             }
         }
         ExpectSvdContract(a, t % 2 == 0, "structured #" + std::to_string(t));
