@@ -238,7 +238,7 @@ public:
     void InsertMatrix(const CMLBaseMatrix<T>& src, int r0, int c0, int r1, int c1);
 
     // Cached rank: 0 after construction, -1 (not known) after assignment from a plain matrix,
-    // set by SetRank and CalculateRank.
+    // set by SetRank and CalculateRank. Neither cache follows later changes of the elements.
     int GetRank() const { return m_rank; }
     void SetRank(int rank) { m_rank = rank; }
     // 1 when the object holds singular values (ThinSVD, CalculateRank).

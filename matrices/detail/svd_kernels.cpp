@@ -264,12 +264,33 @@ int BidiagonalQr(int n, T* d, T* e, T* ut, long ldu, int nu, T* vt, long ldv, in
     if (n <= 0) return 1;
     Buffer<T> scratch;
     if (!scratch.Reset(6 * static_cast<std::size_t>(n))) return 0;
+    // Scaled by a power of two so that no intermediate overflows; undone exactly afterwards.
+    T amax = T(0);
+    for (int i = 0; i < n; ++i) {
+        if (!std::isfinite(d[i]) || (i + 1 < n && !std::isfinite(e[i]))) return 0;
+        amax = std::fmax(amax, std::fabs(d[i]));
+        if (i + 1 < n) amax = std::fmax(amax, std::fabs(e[i]));
+    }
+    const int expo = amax > T(0) ? std::ilogb(amax) : 0;
+    for (int i = 0; i < n; ++i) {
+        d[i] = std::ldexp(d[i], -expo);
+        if (i + 1 < n) e[i] = std::ldexp(e[i], -expo);
+    }
+    int ok;
 #if ML_SVD_HAVE_AVX2
     if (UseAvx2()) {
-        return avx2::BidiagonalQrImpl(n, d, e, ut, ldu, nu, vt, ldv, nv, tol, scratch.Get());
+        ok = avx2::BidiagonalQrImpl(n, d, e, ut, ldu, nu, vt, ldv, nv, tol, scratch.Get());
+    } else {
+        ok = portable::BidiagonalQrImpl(n, d, e, ut, ldu, nu, vt, ldv, nv, tol, scratch.Get());
     }
+#else
+    ok = portable::BidiagonalQrImpl(n, d, e, ut, ldu, nu, vt, ldv, nv, tol, scratch.Get());
 #endif
-    return portable::BidiagonalQrImpl(n, d, e, ut, ldu, nu, vt, ldv, nv, tol, scratch.Get());
+    for (int i = 0; i < n; ++i) {
+        d[i] = std::ldexp(d[i], expo);
+        if (i + 1 < n) e[i] = std::ldexp(e[i], expo);
+    }
+    return ok;
 }
 
 template <class T>

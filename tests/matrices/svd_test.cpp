@@ -771,6 +771,11 @@ TYPED_TEST(SvdTyped, BidiagonalQrDiagonalisesWithAccumulatedRotations) {
         dm(i, i) = d2[i];
     EXPECT_LE(MaxDiff(Product(uu * dm, false, vv, true), ToDouble(b)), RelTol<T>(n, n) * 20);
     EXPECT_LE(OrthonormalityError(uu), RelTol<T>(n, n));
+    // Values near the top of the range converge without overflow.
+    const T huge = std::numeric_limits<T>::max() / T(16);
+    CMLVectorN<T> dh(d * (huge / T(11))), eh(e * (huge / T(11)));
+    ASSERT_EQ(Matrix<T>::QRBD(dh, eh, nullptr, nullptr, T(0)), 1);
+    for (int i = 0; i < n; ++i) EXPECT_NEAR(double(dh[i] / (huge / T(11))), double(d2[i]), 1e-4);
     CMLVectorN<T> d3(d), e3(e);
     d3[4] = std::numeric_limits<T>::quiet_NaN();
     EXPECT_EQ(Matrix<T>::QRBD(d3, e3, nullptr, nullptr, T(0)), 0);
