@@ -164,20 +164,20 @@ ML_TARGET_AVX2 void Avx2Kernel(int kc, const T* ap, const T* bp, T* c, long ldc,
 // Blocking.
 
 template <class T>
-struct KernelSpec {
+struct KernelPlan {
     void (*kernel)(int, const T*, const T*, T*, long, bool);
     int mr, nr;      // register tile
     int mc, kc, nc;  // cache blocks; mc a multiple of mr, nc of nr
 };
 
 template <class T>
-KernelSpec<T> PortableSpec() {
+KernelPlan<T> PortablePlan() {
     constexpr int L = 16 / sizeof(T);
     return {&PortableKernel<T, 3, 4>, 3, 4 * L, 96, 256, 4080 / (4 * L) * (4 * L)};
 }
 
 template <class T>
-KernelSpec<T> SelectKernel(GemmKernel choice) {
+KernelPlan<T> SelectKernel(GemmKernel choice) {
 #if ML_HAVE_X86_DISPATCH
     if (choice != GemmKernel::Portable && CpuHasAvx2Fma()) {
         constexpr int nr = 2 * Avx2<T>::kLanes;
@@ -186,7 +186,7 @@ KernelSpec<T> SelectKernel(GemmKernel choice) {
 #else
     (void)choice;
 #endif
-    return PortableSpec<T>();
+    return PortablePlan<T>();
 }
 
 // Packs rows [0, mc) x columns [0, kc) of A (already offset) into MR-row slivers, p-major,
@@ -276,17 +276,17 @@ void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long 
         }
         return;
     }
-    const KernelSpec<T> spec = SelectKernel<T>(kernel);
+    const KernelPlan<T> plan = SelectKernel<T>(kernel);
     const long work = static_cast<long>(m) * n * k;
-    if (work < 24L * 24 * 24 || m < spec.mr || n < spec.nr) {
+    if (work < 24L * 24 * 24 || m < plan.mr || n < plan.nr) {
         SmallGemm(m, n, k, a, rsa, csa, b, rsb, csb, c, ldc, update);
         return;
     }
 
-    const int mr = spec.mr, nr = spec.nr;
-    const int kcMax = k < spec.kc ? k : spec.kc;
-    const int ncMax = n < spec.nc ? (n + nr - 1) / nr * nr : spec.nc;
-    const int mcMax = m < spec.mc ? (m + mr - 1) / mr * mr : spec.mc;
+    const int mr = plan.mr, nr = plan.nr;
+    const int kcMax = k < plan.kc ? k : plan.kc;
+    const int ncMax = n < plan.nc ? (n + nr - 1) / nr * nr : plan.nc;
+    const int mcMax = m < plan.mc ? (m + mr - 1) / mr * mr : plan.mc;
     Buffer<T> packedB, packedA;
     if (!packedB.Reset(static_cast<std::size_t>(kcMax) * ncMax) ||
         !packedA.Reset(static_cast<std::size_t>(kcMax) * mcMax)) {
@@ -296,14 +296,14 @@ void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long 
     alignas(64) T edge[8 * 32] = {};  // one MR x NR tile for the ragged borders
     const bool negate = update == GemmUpdate::Subtract;
 
-    for (int jc = 0; jc < n; jc += spec.nc) {
-        const int nc = n - jc < spec.nc ? n - jc : spec.nc;
-        for (int pc = 0; pc < k; pc += spec.kc) {
-            const int kc = k - pc < spec.kc ? k - pc : spec.kc;
+    for (int jc = 0; jc < n; jc += plan.nc) {
+        const int nc = n - jc < plan.nc ? n - jc : plan.nc;
+        for (int pc = 0; pc < k; pc += plan.kc) {
+            const int kc = k - pc < plan.kc ? k - pc : plan.kc;
             const bool load = pc > 0 || update != GemmUpdate::Set;
             PackB(kc, nc, b + pc * rsb + jc * csb, rsb, csb, nr, packedB.Get());
-            for (int ic = 0; ic < m; ic += spec.mc) {
-                const int mc = m - ic < spec.mc ? m - ic : spec.mc;
+            for (int ic = 0; ic < m; ic += plan.mc) {
+                const int mc = m - ic < plan.mc ? m - ic : plan.mc;
                 PackA(mc, kc, a + ic * rsa + pc * csa, rsa, csa, mr, negate, packedA.Get());
                 for (int jr = 0; jr < nc; jr += nr) {
                     const int cols = nc - jr < nr ? nc - jr : nr;
@@ -313,7 +313,7 @@ void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long 
                         const T* ap = packedA.Get() + static_cast<long>(ir) * kc;
                         T* ct = c + (ic + ir) * ldc + jc + jr;
                         if (rows == mr && cols == nr) {
-                            spec.kernel(kc, ap, bp, ct, ldc, load);
+                            plan.kernel(kc, ap, bp, ct, ldc, load);
                             continue;
                         }
                         if (load) {
@@ -322,7 +322,7 @@ void Gemm(int m, int n, int k, const T* a, long rsa, long csa, const T* b, long 
                                     edge[r * nr + j] = ct[r * ldc + j];
                             }
                         }
-                        spec.kernel(kc, ap, bp, edge, nr, load);
+                        plan.kernel(kc, ap, bp, edge, nr, load);
                         for (int r = 0; r < rows; ++r) {
                             for (int j = 0; j < cols; ++j)
                                 ct[r * ldc + j] = edge[r * nr + j];
