@@ -144,9 +144,9 @@ void NegTo(T* __restrict r, const T* a, int n) {
 inline bool Differs(int a, int b) { return a != b; }
 template <class T, std::enable_if_t<std::is_floating_point_v<T>, int> = 0>
 bool Differs(T a, T b) {
-    // A difference of exactly P is equal. Only a difference greater than P counts, so a NaN
-    // element does not make two vectors differ, as with the fixed vectors.
-    return std::fabs(a - b) > mlDefaultPrecision<T>;
+    // A difference of exactly P is equal; a NaN difference is never within P, so NaN differs
+    // (the rule of every comparison of the library's vectors and matrices).
+    return !(std::fabs(a - b) <= mlDefaultPrecision<T>);
 }
 template <class T>
 bool Differs(const CMLComplex<T>& a, const CMLComplex<T>& b) {

@@ -183,12 +183,12 @@ inline Elem<V> LargestAbsComponent(const V& first, const Vs&... rest) {
     return m;
 }
 
-// 1 when every |a_i - b_i| <= P, tested in component order.
+// 1 when every |a_i - b_i| <= P, tested in component order; a NaN component is never within P.
 template <class V>
 inline int Equal(const V& a, const V& b) {
     constexpr Elem<V> p = mlDefaultPrecision<Elem<V>>;
     return ForComponents<V>([&](auto... i) {
-               return (... && !(std::fabs(Comp(a, i) - Comp(b, i)) > p));
+               return (... && (std::fabs(Comp(a, i) - Comp(b, i)) <= p));
            })
                ? 1
                : 0;
