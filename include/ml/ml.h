@@ -6,5 +6,7 @@
 
 #include <ml/precision.h>
 #include <ml/complex.h>
+#include <ml/sorting.h>
+#include <ml/random.h>
 
 #endif  // ML_ML_H
