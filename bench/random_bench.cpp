@@ -55,7 +55,8 @@ void BM_StdUniform(benchmark::State& state) {
     std::mt19937_64 engine(42);
     std::uniform_real_distribution<double> dist(0.0, 1.0);
     for (auto _ : state) {
-        for (int i = 0; i < kCount; ++i) out[i] = dist(engine);
+        for (int i = 0; i < kCount; ++i)
+            out[i] = dist(engine);
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
@@ -67,7 +68,8 @@ void BM_StdNormal(benchmark::State& state) {
     std::mt19937_64 engine(42);
     std::normal_distribution<double> dist(0.0, 1.0);
     for (auto _ : state) {
-        for (int i = 0; i < kCount; ++i) out[i] = dist(engine);
+        for (int i = 0; i < kCount; ++i)
+            out[i] = dist(engine);
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
@@ -79,7 +81,8 @@ void BM_StdExponential(benchmark::State& state) {
     std::mt19937_64 engine(42);
     std::exponential_distribution<double> dist(1.0);
     for (auto _ : state) {
-        for (int i = 0; i < kCount; ++i) out[i] = dist(engine);
+        for (int i = 0; i < kCount; ++i)
+            out[i] = dist(engine);
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
@@ -107,16 +110,23 @@ void BM_MlArray(benchmark::State& state, int distribution) {
     state.SetItemsProcessed(state.iterations() * kCount);
 }
 
-void BM_MlUniform(benchmark::State& state) { BM_MlArray(state, 0); }
-void BM_MlNormal(benchmark::State& state) { BM_MlArray(state, 1); }
-void BM_MlExponential(benchmark::State& state) { BM_MlArray(state, 2); }
+void BM_MlUniform(benchmark::State& state) {
+    BM_MlArray(state, 0);
+}
+void BM_MlNormal(benchmark::State& state) {
+    BM_MlArray(state, 1);
+}
+void BM_MlExponential(benchmark::State& state) {
+    BM_MlArray(state, 2);
+}
 
 // One call per value through GetNumber (the draw-method pointer).
 void BM_MlUniformSingle(benchmark::State& state) {
     std::vector<double> out(kCount);
     CMLRandom<double> r = MakeGenerator(static_cast<int>(state.range(0)), 0);
     for (auto _ : state) {
-        for (int i = 0; i < kCount; ++i) out[i] = r.GetNumber();
+        for (int i = 0; i < kCount; ++i)
+            out[i] = r.GetNumber();
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }

@@ -249,11 +249,17 @@ struct random_engine {
         Store32(o, g.s);
     }
     template <class T>
-    static void Store(CMLRandom<T>& o, const Gen32<T>& g) { Store32(o, g.s); }
+    static void Store(CMLRandom<T>& o, const Gen32<T>& g) {
+        Store32(o, g.s);
+    }
     template <class T>
-    static void Store(CMLRandom<T>& o, const Gen64<T>& g) { Store64(o, g.s); }
+    static void Store(CMLRandom<T>& o, const Gen64<T>& g) {
+        Store64(o, g.s);
+    }
     template <class T>
-    static void Store(CMLRandom<T>& o, const GenSWB<T>& g) { StoreSWB(o, g); }
+    static void Store(CMLRandom<T>& o, const GenSWB<T>& g) {
+        StoreSWB(o, g);
+    }
 
     template <class T, class Gen>
     static T Uniform(CMLRandom<T>& o, Gen g) {
@@ -280,20 +286,24 @@ struct random_engine {
         switch (o.m_distribution) {
             case CMLRandom<T>::kUniform: {
                 const T a = o.m_left, w = o.m_width;
-                for (int k = 0; k < n; ++k) out[k] = a + w * g.Uniform();
+                for (int k = 0; k < n; ++k)
+                    out[k] = a + w * g.Uniform();
                 break;
             }
             case CMLRandom<T>::kNormal: {
                 const T mean = o.m_mean, sd = o.m_sd;
-                for (int k = 0; k < n; ++k) out[k] = mean + sd * StandardNormal(g, o.m_zigX, o.m_zigQ);
+                for (int k = 0; k < n; ++k)
+                    out[k] = mean + sd * StandardNormal(g, o.m_zigX, o.m_zigQ);
                 break;
             }
             case CMLRandom<T>::kExponential: {
                 const T lambda = o.m_lambda;
-                for (int k = 0; k < n; ++k) out[k] = -GuardedLog(g.Uniform()) / lambda;
+                for (int k = 0; k < n; ++k)
+                    out[k] = -GuardedLog(g.Uniform()) / lambda;
                 break;
             }
-            default: return;
+            default:
+                return;
         }
         Store(o, g);
     }
@@ -324,7 +334,8 @@ struct random_engine {
             case CMLRandom<T>::kExponential:
                 mean0 = sd0 = T(1) / o.m_lambda;
                 break;
-            default: break;
+            default:
+                break;
         }
         std::ostream& os = std::cout;
         if (o.m_distribution == CMLRandom<T>::kUniform) {
@@ -337,12 +348,14 @@ struct random_engine {
             }
         }
         T sum = T(0);
-        for (int j = 0; j < n; ++j) sum += v[j];
+        for (int j = 0; j < n; ++j)
+            sum += v[j];
         const T mean = sum / static_cast<T>(n);
         T sd = T(0);
         if (n > 1) {
             T sq = T(0);
-            for (int j = 0; j < n; ++j) sq += (v[j] - mean) * (v[j] - mean);
+            for (int j = 0; j < n; ++j)
+                sq += (v[j] - mean) * (v[j] - mean);
             sd = mlSafeSqrt(sq / static_cast<T>(n - 1));
         }
 
@@ -358,17 +371,17 @@ struct random_engine {
         const int first = nFirst < n ? nFirst : n;
         if (first > 0) {
             os << "First " << first << " values: ";
-            for (int j = 0; j + 1 < first; ++j) os << v[j] << ", ";
+            for (int j = 0; j + 1 < first; ++j)
+                os << v[j] << ", ";
             os << v[first - 1] << EndLine;
         }
         const T d = std::fabs(mean0 - mean), e = std::fabs(sd0 - sd);
-        os << "Theoretical values: mean = " << mean0 << ", standard deviation = " << sd0
-           << EndLine;
+        os << "Theoretical values: mean = " << mean0 << ", standard deviation = " << sd0 << EndLine;
         os << "Statistical values: mean = " << mean << ", standard deviation = " << sd << EndLine;
-        os << "Difference in means = " << d << ", relative difference dif/n = "
-           << d / static_cast<T>(n) << EndLine;
-        os << "Difference in SD = " << e << ", relative difference dif/n = "
-           << e / static_cast<T>(n) << EndLine;
+        os << "Difference in means = " << d
+           << ", relative difference dif/n = " << d / static_cast<T>(n) << EndLine;
+        os << "Difference in SD = " << e
+           << ", relative difference dif/n = " << e / static_cast<T>(n) << EndLine;
         os << EndLine;
     }
 };
@@ -416,7 +429,8 @@ typename CMLRandom<T>::DrawMethod CMLRandom<T>::GetChooseNumberMethod() const {
             return a == kXorshift64 ? &CMLRandom::GetExponentialXorshift64
                    : a == kSWB      ? &CMLRandom::GetExponentialSWB
                                     : &CMLRandom::GetExponentialXorshift32;
-        default: return nullptr;
+        default:
+            return nullptr;
     }
 }
 
@@ -433,7 +447,8 @@ void CMLRandom<T>::CreateZigguratTables() {
         X[k + 1] = mlSafeSqrt(T(-2) * GuardedLog(f));
         f = std::exp(-(X[k + 1] * X[k + 1]) / T(2));
     }
-    for (int k = 0; k < 128; ++k) m_zigQ[k] = X[k + 1] / X[k];
+    for (int k = 0; k < 128; ++k)
+        m_zigQ[k] = X[k + 1] / X[k];
 }
 
 template <class T>
@@ -493,12 +508,14 @@ void CMLRandom<T>::GetXorshift64Seeds(unsigned long long& x, unsigned long long&
 
 template <class T>
 void CMLRandom<T>::SetSWBSeeds(const T* lags) {
-    for (int k = 0; k < 32; ++k) m_lags[k] = lags[k];
+    for (int k = 0; k < 32; ++k)
+        m_lags[k] = lags[k];
 }
 
 template <class T>
 void CMLRandom<T>::GetSWBSeeds(T* lags) const {
-    for (int k = 0; k < 32; ++k) lags[k] = m_lags[k];
+    for (int k = 0; k < 32; ++k)
+        lags[k] = m_lags[k];
 }
 
 template <class T>
@@ -516,11 +533,12 @@ void CMLRandom<T>::SetRandomSeeds(unsigned long long seed) {
         SetXorshift64Seeds(x, y, z, (y << 21) ^ (z >> 7));
     } else if (m_algorithm == kSWB) {
         Xorshift32State s{m_xs32[0], m_xs32[1], m_xs32[2], m_xs32[3]};
-        for (int k = 0; k < 32; ++k) m_lags[k] = Unit32<T>(s.Next());
+        for (int k = 0; k < 32; ++k)
+            m_lags[k] = Unit32<T>(s.Next());
         random_engine::Store32(*this, s);
     } else {
-        const unsigned int t = static_cast<unsigned int>(seed) + m_xs32[3] -
-                               static_cast<unsigned int>(now);
+        const unsigned int t =
+            static_cast<unsigned int>(seed) + m_xs32[3] - static_cast<unsigned int>(now);
         const unsigned int x = t, y = t ^ (t << 5);
         const unsigned int z = (x >> 7) ^ (y << 13);
         SetXorshift32Seeds(x, y, z, (y << 11) ^ (z >> 3));
@@ -546,7 +564,8 @@ template <class T>
 void CMLRandom<T>::SetRandomSWBSeeds(unsigned long long seed) {
     SetRandomXorshiftSeeds(seed);
     Xorshift32State s{m_xs32[0], m_xs32[1], m_xs32[2], m_xs32[3]};
-    for (int k = 0; k < 32; ++k) m_lags[k] = Unit32<T>(s.Next());
+    for (int k = 0; k < 32; ++k)
+        m_lags[k] = Unit32<T>(s.Next());
     random_engine::Store32(*this, s);
 }
 
@@ -556,9 +575,15 @@ void CMLRandom<T>::GetArrayNumbers(int n, T* out) {
     // The flag guarantees that the chosen method is the one of the current algorithm and
     // distribution, so the loop can run on a local copy of the generator state.
     switch (m_algorithm) {
-        case kXorshift64: random_engine::Fill(*this, random_engine::Load64(*this), n, out); break;
-        case kSWB: random_engine::Fill(*this, random_engine::LoadSWB(*this), n, out); break;
-        default: random_engine::Fill(*this, random_engine::Load32(*this), n, out); break;
+        case kXorshift64:
+            random_engine::Fill(*this, random_engine::Load64(*this), n, out);
+            break;
+        case kSWB:
+            random_engine::Fill(*this, random_engine::LoadSWB(*this), n, out);
+            break;
+        default:
+            random_engine::Fill(*this, random_engine::Load32(*this), n, out);
+            break;
     }
 }
 
@@ -584,7 +609,8 @@ template <class T>
 void CMLRandom<T>::GetArrayIntegerNumbers32(int lo, int hi, int n, int* out) {
     if (n <= 0) return;
     if (hi == lo) {
-        for (int k = 0; k < n; ++k) out[k] = lo;
+        for (int k = 0; k < n; ++k)
+            out[k] = lo;
         return;
     }
     const T span = Span<T>(lo, hi);
@@ -599,11 +625,13 @@ void CMLRandom<T>::GetArrayIntegerNumbers64(long long lo, long long hi, long lon
                                             long long* out) {
     if (n <= 0) return;
     if (hi == lo) {
-        for (long long k = 0; k < n; ++k) out[k] = lo;
+        for (long long k = 0; k < n; ++k)
+            out[k] = lo;
         return;
     }
     const T span = Span<T>(lo, hi);
-    for (long long k = 0; k < n; ++k) out[k] = AddRounded(lo, random_engine::IntegerUniform64(*this) * span);
+    for (long long k = 0; k < n; ++k)
+        out[k] = AddRounded(lo, random_engine::IntegerUniform64(*this) * span);
 }
 
 template <class T>
@@ -689,11 +717,11 @@ void CMLRandom<T>::TestFloatRandomArray(int n, const T* values, int nFirst) cons
 }
 
 template <class T>
-void CMLRandom<T>::TestIntegerRandomArray(T left, int right, int n, const int* values,
-                                          int nFirst) {
+void CMLRandom<T>::TestIntegerRandomArray(T left, int right, int n, const int* values, int nFirst) {
     if (n <= 0) return;
     T* converted = new T[static_cast<unsigned int>(n)];
-    for (int k = 0; k < n; ++k) converted[k] = static_cast<T>(values[k]);
+    for (int k = 0; k < n; ++k)
+        converted[k] = static_cast<T>(values[k]);
     const int distribution = m_distribution;
     const T a = m_left, w = m_width;
     m_distribution = kUniform;

@@ -105,7 +105,7 @@ struct Descending {
 // recursion while bounding the stack depth by log2(n).
 
 // Ranges of at most this many elements try the insertion finish.
-constexpr std::ptrdiff_t kSmallRange = 20;
+constexpr std::ptrdiff_t kSmallRange = 32;
 
 template <class Rec, class KeyOf, class Order>
 struct QuickSorter {
@@ -118,8 +118,10 @@ struct QuickSorter {
         Rec* i = lo;
         Rec* j = end;  // one past the element the right scan looks at
         for (;;) {
-            while (Order::Gt(p, Key(*i))) ++i;
-            while (Order::Gt(Key(j[-1]), p)) --j;
+            while (Order::Gt(p, Key(*i)))
+                ++i;
+            while (Order::Gt(Key(j[-1]), p))
+                --j;
             if (i >= j) break;
             const Rec t = *i;
             *i = j[-1];
@@ -148,29 +150,37 @@ struct QuickSorter {
     }
 
     // Insertion-sorts a short range and keeps the result when its keys turn out to be pairwise
-    // distinct (each strictly after the previous). Distinct keys have exactly one sorted order,
-    // so the partitions would have produced the same arrangement. Otherwise the range is restored
-    // and false returned, and the partitions decide where equal keys (and NaNs) go.
+    // distinct: every element lands strictly after its left neighbour (checked as it is inserted;
+    // each final pair of neighbours met when the later of the two was inserted). Distinct keys
+    // have exactly one sorted order, so the partitions would have produced the same arrangement.
+    // Otherwise the range is restored and false returned, and the partitions decide where equal
+    // keys (and NaNs, which compare neither way) go.
     static bool InsertionIfDistinct(Rec* lo, Rec* end) {
         Rec saved[kSmallRange];
         const std::ptrdiff_t m = end - lo;
-        for (std::ptrdiff_t k = 0; k < m; ++k) saved[k] = lo[k];
+        for (std::ptrdiff_t k = 0; k < m; ++k)
+            saved[k] = lo[k];
         for (Rec* k = lo + 1; k < end; ++k) {
             const Rec x = *k;
             const auto kx = Key(x);
             Rec* q = k;
+            bool distinct = true;
             if (Order::Gt(Key(*lo), kx)) {
-                for (; q > lo; --q) *q = q[-1];
+                for (; q > lo; --q)
+                    *q = q[-1];
             } else {
-                for (; Order::Gt(Key(q[-1]), kx); --q) *q = q[-1];  // *lo stops the scan
+                for (; Order::Gt(Key(q[-1]), kx); --q)
+                    *q = q[-1];  // *lo stops the scan
+                distinct = Order::Gt(kx, Key(q[-1]));
             }
             *q = x;
+            if (!distinct) {
+                for (std::ptrdiff_t c = 0; c < m; ++c)
+                    lo[c] = saved[c];
+                return false;
+            }
         }
-        bool distinct = true;
-        for (Rec* k = lo + 1; k < end; ++k) distinct &= Order::Gt(Key(k[0]), Key(k[-1]));
-        if (distinct) return true;
-        for (std::ptrdiff_t k = 0; k < m; ++k) lo[k] = saved[k];
-        return false;
+        return true;
     }
 
     static void Sort(Rec* lo, Rec* end) {
@@ -224,7 +234,8 @@ index_record<T>* MakeIndexRecords(int n, const T* a) {
     if (n <= 0) return nullptr;
     auto* r = new (std::nothrow) index_record<T>[static_cast<std::size_t>(n)];
     if (r)
-        for (int k = 0; k < n; ++k) r[k] = {a[k], k};
+        for (int k = 0; k < n; ++k)
+            r[k] = {a[k], k};
     return r;
 }
 
@@ -233,7 +244,8 @@ abs_record<T>* MakeAbsRecords(int n, const T* a) {
     if (n <= 0) return nullptr;
     auto* r = new (std::nothrow) abs_record<T>[static_cast<std::size_t>(n)];
     if (r)
-        for (int k = 0; k < n; ++k) r[k] = {a[k], AbsValue(a[k]), k};
+        for (int k = 0; k < n; ++k)
+            r[k] = {a[k], AbsValue(a[k]), k};
     return r;
 }
 
@@ -310,15 +322,18 @@ void Sort2DWith(int n, const typename Access::Src* in, typename Access::Dst* out
                 bool ascending, int secondary, typename Access::Point* points, Rec* records) {
     using Point = typename Access::Point;
     QuickSortRange<KeyOf>(records, 0, n - 1, ascending);
-    for (int k = 0; k < n; ++k) points[k] = Access::Load(in, k);
-    for (int k = 0; k < n; ++k) Access::Store(out, k, points[records[k].index]);
+    for (int k = 0; k < n; ++k)
+        points[k] = Access::Load(in, k);
+    for (int k = 0; k < n; ++k)
+        Access::Store(out, k, points[records[k].index]);
 
     int s = 0;
     while (s < n) {
         // The run: every later key within tolerance of the run's first key.
         const auto first = KeyOf::Key(records[s]);
         int m = 1;
-        while (s + m < n && WithinTolerance(first, KeyOf::Key(records[s + m]), tolerance)) ++m;
+        while (s + m < n && WithinTolerance(first, KeyOf::Key(records[s + m]), tolerance))
+            ++m;
         if (m == 2) {
             const Point a = Access::Load(out, s), b = Access::Load(out, s + 1);
             const auto ka = KeyOf::FromValue(Access::Coord(a, secondary));
@@ -335,7 +350,8 @@ void Sort2DWith(int n, const typename Access::Src* in, typename Access::Dst* out
                 KeyOf::Fill(records[s + k], Access::Coord(points[k], secondary), k);
             }
             QuickSortRange<KeyOf>(records + s, 0, m - 1, ascending);
-            for (int k = 0; k < m; ++k) Access::Store(out, s + k, points[records[s + k].index]);
+            for (int k = 0; k < m; ++k)
+                Access::Store(out, s + k, points[records[s + k].index]);
         }
         s += m;
     }
@@ -384,7 +400,8 @@ CMLSorting<T>::CMLSorting(const CMLSorting& o)
     } else if (o.m_data && m_n > 0) {
         m_data = new (std::nothrow) T[static_cast<std::size_t>(m_n)];
         if (m_data)
-            for (int k = 0; k < m_n; ++k) m_data[k] = o.m_data[k];
+            for (int k = 0; k < m_n; ++k)
+                m_data[k] = o.m_data[k];
     }
 }
 
@@ -414,7 +431,8 @@ void CMLSorting<T>::SetData(int n, T* data, int external, int ascending, int abs
     } else if (count > 0 && data) {
         next = new (std::nothrow) T[static_cast<std::size_t>(count)];
         if (next)
-            for (int k = 0; k < count; ++k) next[k] = data[k];
+            for (int k = 0; k < count; ++k)
+                next[k] = data[k];
     }
     m_n = count;
     m_data = next;
@@ -430,7 +448,8 @@ void CMLSorting<T>::SetData(int n, int external, int ascending, int absolute) {
     if (m_external && !external && m_data) {
         T* copy = count > 0 ? new (std::nothrow) T[static_cast<std::size_t>(count)] : nullptr;
         if (copy)
-            for (int k = 0; k < count; ++k) copy[k] = m_data[k];
+            for (int k = 0; k < count; ++k)
+                copy[k] = m_data[k];
         m_data = copy;
     }
     m_n = count;
@@ -445,7 +464,8 @@ void CMLSorting<T>::SortAbsolute(int first, int last, T* out) const {
     abs_record<T>* r = MakeAbsRecords(m, m_data + first);
     if (!r) return;
     QuickSortRange<RecordAbsValue>(r, 0, m - 1, m_ascending != 0);
-    for (int k = 0; k < m; ++k) out[first + k] = r[k].value;
+    for (int k = 0; k < m; ++k)
+        out[first + k] = r[k].value;
     delete[] r;
 }
 
@@ -476,7 +496,8 @@ void CMLSorting<T>::Sort(T* out) {
         SortAbsolute(0, m_n - 1, out);
     } else {
         Sort();
-        for (int k = 0; k < m_n; ++k) out[k] = m_data[k];
+        for (int k = 0; k < m_n; ++k)
+            out[k] = m_data[k];
     }
 }
 
@@ -485,11 +506,13 @@ void CMLSorting<T>::Sort(int first, int last, T* out) {
     if (!m_data) return;
     if (first < last && !ValidRange(first, last)) return;
     if (m_absolute) {
-        for (int k = 0; k < m_n; ++k) out[k] = m_data[k];
+        for (int k = 0; k < m_n; ++k)
+            out[k] = m_data[k];
         if (first < last) SortAbsolute(first, last, out);
     } else {
         Sort(first, last);
-        for (int k = 0; k < m_n; ++k) out[k] = m_data[k];
+        for (int k = 0; k < m_n; ++k)
+            out[k] = m_data[k];
     }
 }
 
@@ -500,13 +523,15 @@ void CMLSorting<T>::SortReturnIndices(int* indices) const {
         abs_record<T>* r = MakeAbsRecords(m_n, m_data);
         if (!r) return;
         QuickSortRange<RecordAbsValue>(r, 0, m_n - 1, m_ascending != 0);
-        for (int k = 0; k < m_n; ++k) indices[k] = r[k].index;
+        for (int k = 0; k < m_n; ++k)
+            indices[k] = r[k].index;
         delete[] r;
     } else {
         index_record<T>* r = MakeIndexRecords(m_n, m_data);
         if (!r) return;
         QuickSortRange<RecordValue>(r, 0, m_n - 1, m_ascending != 0);
-        for (int k = 0; k < m_n; ++k) indices[k] = r[k].index;
+        for (int k = 0; k < m_n; ++k)
+            indices[k] = r[k].index;
         delete[] r;
     }
 }
@@ -593,7 +618,8 @@ template <class T>
 void mlSort(int n, const T* in, T* out, int ascending, int absolute) {
     if (n <= 0) return;
     if (in != out)
-        for (int k = 0; k < n; ++k) out[k] = in[k];
+        for (int k = 0; k < n; ++k)
+            out[k] = in[k];
     CMLSorting<T> s(n, out, 1, ascending, absolute);
     s.Sort();
 }
@@ -602,7 +628,8 @@ template <class T>
 void mlSort(int n, int first, int last, const T* in, T* out, int ascending, int absolute) {
     if (n <= 0) return;
     if (in != out)
-        for (int k = 0; k < n; ++k) out[k] = in[k];
+        for (int k = 0; k < n; ++k)
+            out[k] = in[k];
     CMLSorting<T> s(n, out, 1, ascending, absolute);
     s.Sort(first, last);
 }
@@ -618,9 +645,9 @@ template <class T>
 int mlIsArraySorted(int n, const T* a, ml::detail::non_deduced_t<T> tolerance, int ascending,
                     int absolute) {
     for (int k = 0; k + 1 < n; ++k) {
-        const bool bad = absolute ? OutOfOrder(AbsKey(a[k]), AbsKey(a[k + 1]), tolerance,
-                                               ascending != 0)
-                                  : OutOfOrder(a[k], a[k + 1], tolerance, ascending != 0);
+        const bool bad = absolute
+                             ? OutOfOrder(AbsKey(a[k]), AbsKey(a[k + 1]), tolerance, ascending != 0)
+                             : OutOfOrder(a[k], a[k + 1], tolerance, ascending != 0);
         if (bad) return 0;
     }
     return 1;
@@ -632,11 +659,11 @@ void mlSort2DArray(int n, const T* in, T* out, ml::detail::non_deduced_t<T> tole
     Sort2D<T, InterleavedPairs<T>>(n, in, out, tolerance, ascending, absolute, byFirst);
 }
 
-#define ML_SORTING_DEFINE(T)                                                   \
-    template class CMLSorting<T>;                                              \
-    template ML_API void mlSort<T>(int, const T*, T*, int, int);               \
-    template ML_API void mlSort<T>(int, int, int, const T*, T*, int, int);     \
-    template ML_API void mlSort<T>(int, const T*, T*, int*, int, int);         \
+#define ML_SORTING_DEFINE(T)                                               \
+    template class CMLSorting<T>;                                          \
+    template ML_API void mlSort<T>(int, const T*, T*, int, int);           \
+    template ML_API void mlSort<T>(int, int, int, const T*, T*, int, int); \
+    template ML_API void mlSort<T>(int, const T*, T*, int*, int, int);     \
     template ML_API int mlIsArraySorted<T>(int, const T*, T, int, int);
 ML_FOR_EACH_SORTABLE(ML_SORTING_DEFINE)
 #undef ML_SORTING_DEFINE

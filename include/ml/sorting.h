@@ -16,9 +16,10 @@
 #include <ml/types.h>
 
 // Element types of CMLSorting, mlSort and mlIsArraySorted.
-#define ML_FOR_EACH_SORTABLE(X)                                                                 \
-    X(unsigned char) X(signed char) X(short) X(unsigned short) X(int) X(unsigned int)          \
-    X(long long) X(unsigned long long) X(float) X(double)
+#define ML_FOR_EACH_SORTABLE(X)                                                   \
+    X(unsigned char)                                                              \
+    X(signed char) X(short) X(unsigned short) X(int) X(unsigned int) X(long long) \
+        X(unsigned long long) X(float) X(double)
 // Element types of mlSort2DArray.
 #define ML_FOR_EACH_SORTABLE_2D(X) X(signed char) X(short) X(int) X(long long) X(float) X(double)
 
@@ -134,8 +135,8 @@ ML_API void mlSort(int n, const T* in, T* out, int* indices, int ascending, int 
 // 1 if a (or |a|) is ordered within tolerance: ascending fails at b[k] > b[k+1] + tolerance,
 // descending at b[k+1] - tolerance > b[k]. 1 for n <= 1. Integer arithmetic is exact.
 template <class T>
-ML_API int mlIsArraySorted(int n, const T* a, ml::detail::non_deduced_t<T> tolerance,
-                           int ascending, int absolute);
+ML_API int mlIsArraySorted(int n, const T* a, ml::detail::non_deduced_t<T> tolerance, int ascending,
+                           int absolute);
 // Sorts n points held as interleaved pairs (2n values) by their primary coordinate (the first
 // when byFirst != 0, else the second); each run of points whose primary keys lie within tolerance
 // of the run's first key is then sorted by the secondary coordinate, with the same flags. A run of
@@ -145,11 +146,11 @@ template <class T>
 ML_API void mlSort2DArray(int n, const T* in, T* out, ml::detail::non_deduced_t<T> tolerance,
                           int ascending, int absolute, int byFirst);
 
-#define ML_SORTING_EXTERN(T)                                                                \
-    extern template class CMLSorting<T>;                                                    \
-    extern template ML_API void mlSort<T>(int, const T*, T*, int, int);                     \
-    extern template ML_API void mlSort<T>(int, int, int, const T*, T*, int, int);           \
-    extern template ML_API void mlSort<T>(int, const T*, T*, int*, int, int);               \
+#define ML_SORTING_EXTERN(T)                                                      \
+    extern template class CMLSorting<T>;                                          \
+    extern template ML_API void mlSort<T>(int, const T*, T*, int, int);           \
+    extern template ML_API void mlSort<T>(int, int, int, const T*, T*, int, int); \
+    extern template ML_API void mlSort<T>(int, const T*, T*, int*, int, int);     \
     extern template ML_API int mlIsArraySorted<T>(int, const T*, T, int, int);
 ML_FOR_EACH_SORTABLE(ML_SORTING_EXTERN)
 #undef ML_SORTING_EXTERN

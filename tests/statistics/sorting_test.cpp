@@ -23,8 +23,10 @@ void ReferenceQuickSort(Rec* a, int lo, int hi, Key key, Gt gt) {
     const auto p = key(a[(lo + hi) / 2]);
     int i = lo, j = hi;
     while (i <= j) {
-        while (gt(p, key(a[i]))) ++i;
-        while (gt(key(a[j]), p)) --j;
+        while (gt(p, key(a[i])))
+            ++i;
+        while (gt(key(a[j]), p))
+            --j;
         if (i > j) break;
         std::swap(a[i], a[j]);
         ++i;
@@ -40,7 +42,8 @@ auto Magnitude(T v) {
     if constexpr (std::is_floating_point_v<T>) {
         return std::fabs(v);
     } else if constexpr (std::is_signed_v<T>) {
-        return v < 0 ? 0ull - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
+        return v < 0 ? 0ull - static_cast<unsigned long long>(v)
+                     : static_cast<unsigned long long>(v);
     } else {
         return static_cast<unsigned long long>(v);
     }
@@ -59,17 +62,20 @@ std::vector<int> ReferenceOrder(const std::vector<T>& a, bool ascending, bool ab
         int index;
     };
     std::vector<R> r;
-    for (int k = 0; k < static_cast<int>(a.size()); ++k) r.push_back({a[k], k});
+    for (int k = 0; k < static_cast<int>(a.size()); ++k)
+        r.push_back({a[k], k});
     auto gt = [ascending](auto x, auto y) { return ascending ? x > y : y > x; };
     if (absolute) {
-        ReferenceQuickSort(r.data(), 0, static_cast<int>(r.size()) - 1,
-                           [](const R& e) { return Magnitude(e.value); }, gt);
+        ReferenceQuickSort(
+            r.data(), 0, static_cast<int>(r.size()) - 1,
+            [](const R& e) { return Magnitude(e.value); }, gt);
     } else {
-        ReferenceQuickSort(r.data(), 0, static_cast<int>(r.size()) - 1,
-                           [](const R& e) { return e.value; }, gt);
+        ReferenceQuickSort(
+            r.data(), 0, static_cast<int>(r.size()) - 1, [](const R& e) { return e.value; }, gt);
     }
     std::vector<int> order;
-    for (const R& e : r) order.push_back(e.index);
+    for (const R& e : r)
+        order.push_back(e.index);
     return order;
 }
 
@@ -144,7 +150,8 @@ TEST(SortingPermutations, EqualKeysComeOutInPartitionOrder) {
     int i5[5];
     mlSort(5, five, d5, i5, 1, 0);
     const int expected[5] = {3, 1, 4, 0, 2};
-    for (int k = 0; k < 5; ++k) EXPECT_EQ(i5[k], expected[k]) << k;
+    for (int k = 0; k < 5; ++k)
+        EXPECT_EQ(i5[k], expected[k]) << k;
 }
 
 TEST(SortingPermutations, DescendingByAbsoluteValue) {
@@ -165,7 +172,8 @@ TEST(SortingPermutations, SignedZerosAndNaNs) {
     const std::vector<int> ref = ReferenceOrder(in, true, false);
     std::vector<double> out(in.size());
     mlSort(static_cast<int>(in.size()), in.data(), out.data(), 1, 0);
-    for (std::size_t k = 0; k < in.size(); ++k) EXPECT_TRUE(SameBits(out[k], in[ref[k]])) << k;
+    for (std::size_t k = 0; k < in.size(); ++k)
+        EXPECT_TRUE(SameBits(out[k], in[ref[k]])) << k;
 }
 
 TEST(SortingPermutations, MostNegativeIntegerHasTheLargestMagnitude) {
@@ -291,18 +299,22 @@ TEST(SortingClass, RangesAndTheirOutputs) {
     CMLSorting<int> s(6, a, 1, 1, 0);
     s.Sort(1, 4);
     const int sorted[6] = {9, 1, 3, 4, 5, 0};
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(a[k], sorted[k]);
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(a[k], sorted[k]);
     s.Sort(4, 1);   // empty range
     s.Sort(-1, 3);  // leaves the array
     s.Sort(3, 6);
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(a[k], sorted[k]);
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(a[k], sorted[k]);
 
     int b[6] = {9, -5, 3, -4, 1, 0};
     int out[6];
     CMLSorting<int> t(6, b, 1, 0, 1);
-    t.Sort(1, 3, out);  // by absolute value: the array stays, out is the array with the range sorted
+    t.Sort(1, 3,
+           out);  // by absolute value: the array stays, out is the array with the range sorted
     const int expected[6] = {9, -5, -4, 3, 1, 0};
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(out[k], expected[k]) << k;
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(out[k], expected[k]) << k;
     EXPECT_EQ(b[1], -5);
     EXPECT_EQ(b[2], 3);
     t.SetSortingType(0, 0);
@@ -328,7 +340,8 @@ TEST(SortingClass, IndicesLeaveTheArrayAlone) {
     int idx[5];
     s.SortReturnIndices(idx);
     const int expected[5] = {4, 1, 2, 0, 3};
-    for (int k = 0; k < 5; ++k) EXPECT_EQ(idx[k], expected[k]);
+    for (int k = 0; k < 5; ++k)
+        EXPECT_EQ(idx[k], expected[k]);
     EXPECT_EQ(a[1], -2.f);
     float out[5];
     s.Sort(out, idx);
@@ -347,7 +360,8 @@ TEST(SortingClass, QuickSortAndPartitionsOnRecords) {
     EXPECT_EQ(i, 3);
     EXPECT_EQ(j, 2);
     const double afterPass[6] = {0, 1, 1, 3, 5, 4};
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(r[k].value, afterPass[k]) << k;
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(r[k].value, afterPass[k]) << k;
     s.QuickSort(r.data(), 0, 5);
     EXPECT_EQ(r[0].index, 5);
     EXPECT_EQ(r[1].index, 3);  // the two ones, in partition order
@@ -366,8 +380,10 @@ TEST(SortingClass, QuickSortAndPartitionsOnRecords) {
     int pi = 0, pj = 4;
     t.DescendingPartition(pi, pj);
     EXPECT_LT(pj, pi);
-    for (int k = 0; k < pi; ++k) EXPECT_GE(a[k], 4.0);
-    for (int k = pj + 1; k < 5; ++k) EXPECT_LE(a[k], 4.0);
+    for (int k = 0; k < pi; ++k)
+        EXPECT_GE(a[k], 4.0);
+    for (int k = pj + 1; k < 5; ++k)
+        EXPECT_LE(a[k], 4.0);
     t.QuickSort(1, 3);
     EXPECT_EQ(t.IsArraySorted(0, 0), 0);
     t.QuickSort(0, 4);
@@ -411,7 +427,8 @@ TYPED_TEST(SortingTyped, SortedOutputPassesTheCheck) {
     std::mt19937 rng(3);
     std::vector<T> in(300);
     std::uniform_int_distribution<int> d(-100, 100);
-    for (T& x : in) x = static_cast<T>(std::is_signed_v<T> ? d(rng) : d(rng) + 100);
+    for (T& x : in)
+        x = static_cast<T>(std::is_signed_v<T> ? d(rng) : d(rng) + 100);
     std::vector<T> out(in.size());
     for (int asc = 0; asc < 2; ++asc) {
         for (int abs = 0; abs < 2; ++abs) {
@@ -434,7 +451,8 @@ std::vector<int> AdversarialInput(int n) {
     const int undecided = -1;
     std::vector<int> val(static_cast<std::size_t>(n), undecided);
     std::vector<int> ptr(static_cast<std::size_t>(n));
-    for (int k = 0; k < n; ++k) ptr[k] = k;
+    for (int k = 0; k < n; ++k)
+        ptr[k] = k;
     int next = n - 1, candidate = 0;
     auto gt = [&](int x, int y) {
         if (val[x] == undecided && val[y] == undecided) val[x == candidate ? x : y] = next--;
@@ -458,8 +476,10 @@ std::vector<int> AdversarialInput(int n) {
         const int p = ptr[(f.lo + f.hi) / 2];
         int i = f.lo, j = f.hi;
         while (i <= j) {
-            while (gt(p, ptr[i])) ++i;
-            while (gt(ptr[j], p)) --j;
+            while (gt(p, ptr[i]))
+                ++i;
+            while (gt(ptr[j], p))
+                --j;
             if (i > j) break;
             std::swap(ptr[i], ptr[j]);
             ++i;
@@ -509,7 +529,8 @@ TEST(Sorting2D, RunsCompareWithTheirFirstKey) {
     double out[6];
     mlSort2DArray(3, in, out, 1.0, 1, 0, 1);
     const double expected[6] = {0.6, 3, 0, 5, 1.2, 1};
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(out[k], expected[k]) << k;
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(out[k], expected[k]) << k;
 }
 
 TEST(Sorting2D, SecondCoordinateAsPrimaryKeepsPairOrder) {
@@ -517,7 +538,8 @@ TEST(Sorting2D, SecondCoordinateAsPrimaryKeepsPairOrder) {
     int out[8];
     mlSort2DArray(4, in, out, 0, 0, 0, 0);  // by y descending; the tie y = 10 by x descending
     const int expected[8] = {1, 30, 3, 20, 4, 10, 2, 10};
-    for (int k = 0; k < 8; ++k) EXPECT_EQ(out[k], expected[k]) << k;
+    for (int k = 0; k < 8; ++k)
+        EXPECT_EQ(out[k], expected[k]) << k;
 }
 
 TEST(Sorting2D, PairRunsSwapOnlyWhenStrictlyOutOfOrder) {
@@ -539,7 +561,8 @@ TEST(Sorting2D, AbsoluteKeysAndLongRuns) {
     double out[10];
     mlSort2DArray(5, in, out, 0.0, 1, 1, 1);  // |x| ascending, ties by |y| ascending
     const double expected[10] = {0.5, 9, -1, 2, 1, -3, -1, 4, 1, -8};
-    for (int k = 0; k < 10; ++k) EXPECT_EQ(out[k], expected[k]) << k;
+    for (int k = 0; k < 10; ++k)
+        EXPECT_EQ(out[k], expected[k]) << k;
     mlSort2DArray(5, in, out, -1.0, 1, 1, 1);  // a negative tolerance forms no runs
     EXPECT_EQ(out[0], 0.5);
 }
@@ -548,7 +571,8 @@ TEST(Sorting2D, ExtremeIntegersAndInPlace) {
     long long p[6] = {LLONG_MAX, 0, LLONG_MIN, 2, LLONG_MAX - 1, 1};
     mlSort2DArray(3, p, p, 1LL, 1, 0, 1);  // in place; the run {MAX - 1, MAX} sorted by y
     const long long expected[6] = {LLONG_MIN, 2, LLONG_MAX, 0, LLONG_MAX - 1, 1};
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(p[k], expected[k]) << k;
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(p[k], expected[k]) << k;
     // MIN and MAX are far apart, although their difference wraps to 1 in 64-bit arithmetic.
     long long q[4] = {LLONG_MIN, 5, LLONG_MAX, 1};
     mlSort2DArray(2, q, q, 1LL, 1, 0, 1);
@@ -561,11 +585,15 @@ template <class T>
 std::vector<T> Reference2D(const std::vector<T>& in, T tol, bool asc, bool abs, bool byFirst) {
     const int n = static_cast<int>(in.size() / 2);
     const int pc = byFirst ? 0 : 1, sc = 1 - pc;
-    auto key = [abs](T v) { return abs ? static_cast<double>(Magnitude(v)) : static_cast<double>(v); };
+    auto key = [abs](T v) {
+        return abs ? static_cast<double>(Magnitude(v)) : static_cast<double>(v);
+    };
     auto gt = [asc](double a, double b) { return asc ? a > b : b > a; };
     std::vector<Entry> r;
-    for (int k = 0; k < n; ++k) r.push_back({key(in[2 * k + pc]), k});
-    ReferenceQuickSort(r.data(), 0, n - 1, [](const Entry& e) { return e.value; }, gt);
+    for (int k = 0; k < n; ++k)
+        r.push_back({key(in[2 * k + pc]), k});
+    ReferenceQuickSort(
+        r.data(), 0, n - 1, [](const Entry& e) { return e.value; }, gt);
     std::vector<T> out(in.size());
     for (int k = 0; k < n; ++k) {
         out[2 * k] = in[2 * r[k].index];
@@ -573,7 +601,8 @@ std::vector<T> Reference2D(const std::vector<T>& in, T tol, bool asc, bool abs, 
     }
     for (int s = 0; s < n;) {
         int m = 1;
-        while (s + m < n && std::fabs(r[s].value - r[s + m].value) <= static_cast<double>(tol)) ++m;
+        while (s + m < n && std::fabs(r[s].value - r[s + m].value) <= static_cast<double>(tol))
+            ++m;
         if (m == 2) {
             if (gt(key(out[2 * s + sc]), key(out[2 * s + 2 + sc]))) {
                 std::swap(out[2 * s], out[2 * s + 2]);
@@ -581,8 +610,10 @@ std::vector<T> Reference2D(const std::vector<T>& in, T tol, bool asc, bool abs, 
             }
         } else if (m > 2) {
             std::vector<Entry> run;
-            for (int k = 0; k < m; ++k) run.push_back({key(out[2 * (s + k) + sc]), k});
-            ReferenceQuickSort(run.data(), 0, m - 1, [](const Entry& e) { return e.value; }, gt);
+            for (int k = 0; k < m; ++k)
+                run.push_back({key(out[2 * (s + k) + sc]), k});
+            ReferenceQuickSort(
+                run.data(), 0, m - 1, [](const Entry& e) { return e.value; }, gt);
             std::vector<T> copy(out.begin() + 2 * s, out.begin() + 2 * (s + m));
             for (int k = 0; k < m; ++k) {
                 out[2 * (s + k)] = copy[2 * run[k].index];
@@ -599,7 +630,8 @@ TEST(Sorting2D, MatchesTheDescriptionOnTieHeavyData) {
     for (int n : {0, 1, 2, 3, 10, 60, 500}) {
         std::vector<int> in(2 * static_cast<std::size_t>(n));
         std::uniform_int_distribution<int> d(-6, 6);
-        for (int& v : in) v = d(rng);
+        for (int& v : in)
+            v = d(rng);
         std::vector<double> dbl(in.begin(), in.end());
         for (int asc = 0; asc < 2; ++asc) {
             for (int abs = 0; abs < 2; ++abs) {
