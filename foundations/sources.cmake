@@ -5,3 +5,5 @@ list(APPEND ML_SOURCES
 list(APPEND ML_PUBLIC_HEADERS
     include/ml/precision.h
     include/ml/complex.h)
+list(APPEND ML_SOURCES foundations/algebra.cpp)
+list(APPEND ML_PUBLIC_HEADERS include/ml/algebra.h)

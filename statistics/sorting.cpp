@@ -659,6 +659,12 @@ void mlSort2DArray(int n, const T* in, T* out, ml::detail::non_deduced_t<T> tole
     Sort2D<T, InterleavedPairs<T>>(n, in, out, tolerance, ascending, absolute, byFirst);
 }
 
+template <class T>
+void mlSort2DVectors(int n, int byFirst, const CMLVector2<T>* in, CMLVector2<T>* out,
+                     ml::detail::non_deduced_t<T> tolerance, int ascending, int absolute) {
+    Sort2D<T, PointsXY<CMLVector2<T>, T>>(n, in, out, tolerance, ascending, absolute, byFirst);
+}
+
 #define ML_SORTING_DEFINE(T)                                               \
     template class CMLSorting<T>;                                          \
     template ML_API void mlSort<T>(int, const T*, T*, int, int);           \
@@ -672,3 +678,9 @@ ML_FOR_EACH_SORTABLE(ML_SORTING_DEFINE)
     template ML_API void mlSort2DArray<T>(int, const T*, T*, T, int, int, int);
 ML_FOR_EACH_SORTABLE_2D(ML_SORTING_2D_DEFINE)
 #undef ML_SORTING_2D_DEFINE
+
+#define ML_SORTING_VECTORS_DEFINE(T)                                                           \
+    template ML_API void mlSort2DVectors<T>(int, int, const CMLVector2<T>*, CMLVector2<T>*, T, \
+                                            int, int);
+ML_FOR_EACH_REAL(ML_SORTING_VECTORS_DEFINE)
+#undef ML_SORTING_VECTORS_DEFINE

@@ -6,6 +6,10 @@
 
 #include <ml/precision.h>
 #include <ml/complex.h>
+#include <ml/algebra.h>
+#include <ml/vector_n.h>
+#include <ml/vector_fixed.h>
+#include <ml/matrix_mn.h>
 #include <ml/sorting.h>
 #include <ml/random.h>
 

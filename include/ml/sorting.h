@@ -14,12 +14,14 @@
 #define ML_SORTING_H
 
 #include <ml/types.h>
+#include <ml/vector_fixed.h>
 
 // Element types of CMLSorting, mlSort and mlIsArraySorted.
-#define ML_FOR_EACH_SORTABLE(X)                                                   \
-    X(unsigned char)                                                              \
-    X(signed char) X(short) X(unsigned short) X(int) X(unsigned int) X(long long) \
-        X(unsigned long long) X(float) X(double)
+#define ML_FOR_EACH_SORTABLE(X)                                                                   \
+    X(unsigned char)                                                                              \
+    X(signed char)                                                                                \
+    X(short) X(unsigned short) X(int) X(unsigned int) X(long long) X(unsigned long long) X(float) \
+        X(double)
 // Element types of mlSort2DArray.
 #define ML_FOR_EACH_SORTABLE_2D(X) X(signed char) X(short) X(int) X(long long) X(float) X(double)
 
@@ -146,6 +148,11 @@ template <class T>
 ML_API void mlSort2DArray(int n, const T* in, T* out, ml::detail::non_deduced_t<T> tolerance,
                           int ascending, int absolute, int byFirst);
 
+// mlSort2DArray on arrays of CMLVector2 (x first, y second).
+template <class T>
+ML_API void mlSort2DVectors(int n, int byFirst, const CMLVector2<T>* in, CMLVector2<T>* out,
+                            ml::detail::non_deduced_t<T> tolerance, int ascending, int absolute);
+
 #define ML_SORTING_EXTERN(T)                                                      \
     extern template class CMLSorting<T>;                                          \
     extern template ML_API void mlSort<T>(int, const T*, T*, int, int);           \
@@ -159,5 +166,11 @@ ML_FOR_EACH_SORTABLE(ML_SORTING_EXTERN)
     extern template ML_API void mlSort2DArray<T>(int, const T*, T*, T, int, int, int);
 ML_FOR_EACH_SORTABLE_2D(ML_SORTING_2D_EXTERN)
 #undef ML_SORTING_2D_EXTERN
+
+#define ML_SORTING_VECTORS_EXTERN(T)                                                               \
+    extern template ML_API void mlSort2DVectors<T>(int, int, const CMLVector2<T>*, CMLVector2<T>*, \
+                                                   T, int, int);
+ML_FOR_EACH_REAL(ML_SORTING_VECTORS_EXTERN)
+#undef ML_SORTING_VECTORS_EXTERN
 
 #endif  // ML_SORTING_H
