@@ -184,16 +184,16 @@ inline T StandardNormal(Gen& g, const T* X, const T* Q) {
     }
 }
 
-// Rounds half away from zero as trunc(r + 0.5) or trunc(r - 0.5), then adds the result to lo
-// modulo 2^64 (so hi + 1 past the largest value wraps, as the integer types do).
+// A non-negative integral value of at most 2^64 as a 64-bit word, 2^64 wrapping to 0.
 template <class T>
 inline unsigned long long WrappedMagnitude(T m) {
-    // m >= 0 and at most 2^64 here.
     constexpr T two64 = T(18446744073709551616.0);
     return m >= two64 ? static_cast<unsigned long long>(m - two64)
                       : static_cast<unsigned long long>(m);
 }
 
+// lo + trunc(r + 0.5) for r >= 0, lo + trunc(r - 0.5) below (rounding half away from zero),
+// added modulo 2^64 so that a result past the largest value wraps, as the integer types do.
 template <class T>
 inline long long AddRounded(long long lo, T r) {
     const unsigned long long base = static_cast<unsigned long long>(lo);

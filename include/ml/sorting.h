@@ -1,6 +1,6 @@
 // CMLSorting<T>: quicksort of a one-dimensional array, ascending or descending, by value or by
 // absolute value, optionally reporting the permutation; the free functions mlSort,
-// mlIsArraySorted and mlSort2DArray wrap it.
+// mlIsArraySorted, mlSort2DArray and mlSort2DVectors wrap it.
 //
 // The sort is one fixed quicksort (middle-element pivot read once, strict comparisons, swap and
 // step), so the order in which equal keys come out is determined by its partition sequence and
@@ -17,11 +17,11 @@
 #include <ml/vector_fixed.h>
 
 // Element types of CMLSorting, mlSort and mlIsArraySorted.
-#define ML_FOR_EACH_SORTABLE(X)                                                                   \
-    X(unsigned char)                                                                              \
-    X(signed char)                                                                                \
-    X(short) X(unsigned short) X(int) X(unsigned int) X(long long) X(unsigned long long) X(float) \
-        X(double)
+// clang-format off
+#define ML_FOR_EACH_SORTABLE(X)                                                                 \
+    X(unsigned char) X(signed char) X(short) X(unsigned short) X(int) X(unsigned int)          \
+    X(long long) X(unsigned long long) X(float) X(double)
+// clang-format on
 // Element types of mlSort2DArray.
 #define ML_FOR_EACH_SORTABLE_2D(X) X(signed char) X(short) X(int) X(long long) X(float) X(double)
 
@@ -33,7 +33,8 @@ public:
         T value;
         int index;
     };
-    // A key, its absolute value (the sort key) and its position in the input.
+    // A key, its absolute value (the sort key) and its position in the input. The absolute value
+    // of the most negative signed integer wraps onto itself here; it is compared as unsigned.
     struct mlSortAbsIndexData {
         T value;
         T absValue;
@@ -82,7 +83,8 @@ public:
     // left as it is and out receives its values in sorted order.
     void Sort(T* out);
     // The range form: out receives the whole array with [first, last] sorted (by value the array
-    // itself is sorted in that range). Nothing when the range leaves the array.
+    // itself is sorted in that range; for first >= last out gets the array as it is). Nothing
+    // when a non-empty range leaves the array.
     void Sort(int first, int last, T* out);
     // indices[k] = input position of the k-th element in sorted order; the array is untouched.
     void SortReturnIndices(int* indices) const;
@@ -97,9 +99,10 @@ public:
     void QuickSort(int lo, int hi);
     void QuickSort(mlSortIndexData* records, int lo, int hi) const;
     void QuickSort(mlSortAbsIndexData* records, int lo, int hi) const;
-    // One partition pass over [i, j] around the key of element (i + j) / 2: on return every
-    // element of [old i, j] is on the pivot's side of every element of [i, old j], and elements
-    // strictly between j and i equal the pivot.
+    // One partition pass over [i, j] around the key of element (i + j) / 2, read once. On return
+    // i and j are where the scans crossed (j < i): [old i, j] and [i, old j] remain to be sorted,
+    // nothing in the first comes after the pivot and nothing in the second before it. Nothing
+    // when i > j (the array form also when the range leaves the array).
     void AscendingPartition(int& i, int& j);
     void DescendingPartition(int& i, int& j);
     void AscendingPartition(mlSortIndexData* records, int& i, int& j) const;

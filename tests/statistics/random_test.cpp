@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -250,8 +251,15 @@ TYPED_TEST(RandomTyped, ScalingToTheUnitInterval) {
     EXPECT_EQ(r.GetXorshift32(), static_cast<T>(2147483648.0 / 4294967295.0));
     Next64Is(r, 1ull << 63);
     EXPECT_EQ(r.GetXorshift64(), T(0.5));
-    Next64Is(r, ~0ull);
-    EXPECT_EQ(r.GetXorshift64(), static_cast<T>(static_cast<T>(~0ull) * T(0x1p-64)));
+    // The 64-bit word converts to T with a single rounding, whatever its size.
+    std::mt19937_64 words(1);
+    std::vector<unsigned long long> cases = {~0ull, 1, 3, (1ull << 25) + 1, (1ull << 54) + 1,
+                                             (1ull << 63) + 1, (1ull << 63) + (1ull << 39)};
+    for (int k = 0; k < 10000; ++k) cases.push_back(words() >> (k % 64));
+    for (unsigned long long u : cases) {
+        Next64Is(r, u);
+        ASSERT_EQ(r.GetXorshift64(), static_cast<T>(u) * T(0x1p-64)) << u;
+    }
 }
 
 TEST(RandomSWB, StepsThroughTheLags) {
