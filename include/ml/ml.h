@@ -9,6 +9,9 @@
 #include <ml/algebra.h>
 #include <ml/vector_n.h>
 #include <ml/vector_fixed.h>
+#include <ml/matrix_mn.h>
+#include <ml/sorting.h>
+#include <ml/random.h>
 #include <ml/quaternion.h>
 
 #endif  // ML_ML_H
