@@ -9,5 +9,6 @@
 #include <ml/algebra.h>
 #include <ml/vector_n.h>
 #include <ml/vector_fixed.h>
+#include <ml/matrix_fixed.h>
 
 #endif  // ML_ML_H
