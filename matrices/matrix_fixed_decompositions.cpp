@@ -20,12 +20,10 @@ constexpr T kEpsilon = std::numeric_limits<T>::epsilon();
 // Jacobi sweeps allowed before the methods stop; they converge quadratically, in well under ten
 // sweeps for these sizes.
 constexpr int kMaxJacobiSweeps = 60;
-// QR iterations allowed per eigenvalue, with exceptional shifts after 10 and 20 of them.
-constexpr int kMaxQrIterations = 30;
+// QR iterations allowed per eigenvalue, with an exceptional shift after every 10 of them.
+constexpr int kMaxQrIterations = 60;
 // Above this |zeta| the rotation's tangent is taken as 1 / (2 zeta), avoiding zeta^2 overflow.
 constexpr double kLargeCotangent = 1e60;
-// Cross products of the rows below this fraction of the largest squared row norm count as zero.
-constexpr double kRowRankTolerance = 1e-3;
 
 template <class T>
 T Abs(T x) {
@@ -540,7 +538,11 @@ int Eigenvalues(const T* a, T* re, T* im) {
             for (l = nn; l >= 2; --l) {
                 T s = Abs(A(l - 1, l - 1)) + Abs(A(l, l));
                 if (s == T(0)) s = anorm;
-                if (static_cast<T>(Abs(A(l, l - 1)) + s) == s) {
+                // Negligible next to its diagonal neighbours, or next to the whole matrix (the
+                // second test ends the iteration on defective eigenvalues, where the neighbours
+                // shrink with the subdiagonal element).
+                if (static_cast<T>(Abs(A(l, l - 1)) + s) == s ||
+                    Abs(A(l, l - 1)) <= kEpsilon<T> * anorm) {
                     A(l, l - 1) = T(0);
                     break;
                 }
@@ -572,7 +574,7 @@ int Eigenvalues(const T* a, T* re, T* im) {
                     return -1;  // a 2x2 block always deflates above
                 } else {
                     if (its == kMaxQrIterations) return -1;
-                    if (its == 10 || its == 20) {
+                    if (its % 10 == 0 && its > 0) {
                         t += x;
                         for (int i = 1; i <= nn; ++i) A(i, i) -= x;
                         const T s = Abs(A(nn, nn - 1)) + Abs(A(nn - 1, nn - 2));
@@ -737,10 +739,15 @@ template <class T, int N>
 int ComplexEigenvector(const T* a, T lre, T lim, T* vre, T* vim, T eps) {
     static_assert(N == 2 || N == 3, "complex eigenvectors are provided for 2x2 and 3x3");
     if (!AllFinite<T, N>(a) || !std::isfinite(lre) || !std::isfinite(lim)) return 0;
+    // Work on the matrix scaled by a power of two, so that products of rows cannot overflow.
+    const int e = ScaleExponent<T, N>(a);
+    T as[N * N];
+    for (int k = 0; k < N * N; ++k) as[k] = std::ldexp(a[k], -e);
+    const T sre = std::ldexp(lre, -e), sim = std::ldexp(lim, -e);
     Cx<T> m[N * N];
     for (int i = 0; i < N; ++i)
         for (int j = 0; j < N; ++j)
-            m[i * N + j] = {a[i * N + j] - (i == j ? lre : T(0)), i == j ? -lim : T(0)};
+            m[i * N + j] = {as[i * N + j] - (i == j ? sre : T(0)), i == j ? -sim : T(0)};
 
     // Candidates: vectors orthogonal (bilinearly) to the rows of this - value * I, and the
     // basis vectors; the one with the smallest relative residual wins.
@@ -792,7 +799,8 @@ int ComplexEigenvector(const T* a, T lre, T lim, T* vre, T* vim, T eps) {
             best = c;
         }
     }
-    const T scale = Max(T(1), FrobeniusNorm<T, N>(a));
+    // |(a - value I) v| <= eps * max(1, |a|_F), in the scaled units.
+    const T scale = Max(std::ldexp(T(1), -e), FrobeniusNorm<T, N>(as));
     if (best < 0 || !(bestResidual <= (eps > T(0) ? eps : T(0)) * scale)) return 0;
 
     // Unit length, and the largest component turned real and positive.
