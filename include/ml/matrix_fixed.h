@@ -31,6 +31,7 @@
 #include <ml/vector_fixed.h>
 
 #include <cmath>
+#include <type_traits>
 
 // The order in which three rotations about the coordinate axes act on a vector, first to last.
 // The angles are always given about X, Y and Z (a, b, c), whatever the order; Rx, Ry, Rz are the
@@ -239,15 +240,20 @@ public:
         Multiply(m_data, a.m_data, r);
         Fill(r);
     }
-    // The column vector whose component i is row i dotted with v (in increasing k).
+    // The column vector whose component i is row i dotted with v: summed in increasing k for 2
+    // and 3 rows, as (m_i0 v0 + m_i2 v2) + (m_i1 v1 + m_i3 v3) for 4 (pairs of lanes).
     Vector operator*(const Vector& v) const {
         T x[N];
         ml::detail::fixed_vector::Store(v, x);
         T y[N];
-        for (int i = 0; i < N; ++i) {
-            T s = m_data[i * N] * x[0];
-            for (int k = 1; k < N; ++k) s += m_data[i * N + k] * x[k];
-            y[i] = s;
+        if constexpr (N == 4) {
+            MultiplyVector4(m_data, x, y);
+        } else {
+            for (int i = 0; i < N; ++i) {
+                T s = m_data[i * N] * x[0];
+                for (int k = 1; k < N; ++k) s += m_data[i * N + k] * x[k];
+                y[i] = s;
+            }
         }
         Vector r;
         ml::detail::fixed_vector::Load(r, y);
@@ -566,6 +572,44 @@ protected:
             }
             for (int j = 0; j < N; ++j) c[i * N + j] = acc[j];
         }
+    }
+
+    // y = m x for a row-major 4x4, each component summed as (m_i0 x0 + m_i2 x2) +
+    // (m_i1 x1 + m_i3 x3). For double with GCC and Clang the halves of each row are multiplied
+    // as pairs of lanes and the rows' partial sums interleaved; otherwise the same arithmetic
+    // is written out, with the same results.
+    static void MultiplyVector4(const T* m, const T* x, T* y) {
+#if defined(__GNUC__)
+        if constexpr (std::is_same_v<T, double>) {
+            using Pair = double __attribute__((vector_size(16)));
+            Pair x01, x23, p[4];
+            __builtin_memcpy(&x01, x, sizeof(Pair));
+            __builtin_memcpy(&x23, x + 2, sizeof(Pair));
+            for (int i = 0; i < 4; ++i) {
+                Pair lo, hi;
+                __builtin_memcpy(&lo, m + 4 * i, sizeof(Pair));
+                __builtin_memcpy(&hi, m + 4 * i + 2, sizeof(Pair));
+                p[i] = lo * x01 + hi * x23;  // (m_i0 x0 + m_i2 x2, m_i1 x1 + m_i3 x3)
+            }
+#if defined(__clang__)
+            const Pair y01 = __builtin_shufflevector(p[0], p[1], 0, 2) +
+                             __builtin_shufflevector(p[0], p[1], 1, 3);
+            const Pair y23 = __builtin_shufflevector(p[2], p[3], 0, 2) +
+                             __builtin_shufflevector(p[2], p[3], 1, 3);
+#else
+            using Index = long long __attribute__((vector_size(16)));
+            const Pair y01 = __builtin_shuffle(p[0], p[1], Index{0, 2}) +
+                             __builtin_shuffle(p[0], p[1], Index{1, 3});
+            const Pair y23 = __builtin_shuffle(p[2], p[3], Index{0, 2}) +
+                             __builtin_shuffle(p[2], p[3], Index{1, 3});
+#endif
+            __builtin_memcpy(y, &y01, sizeof(Pair));
+            __builtin_memcpy(y + 2, &y23, sizeof(Pair));
+            return;
+        }
+#endif
+        for (int i = 0; i < 4; ++i)
+            y[i] = (m[4 * i] * x[0] + m[4 * i + 2] * x[2]) + (m[4 * i + 1] * x[1] + m[4 * i + 3] * x[3]);
     }
 
     // The 2x2 minors of a 4x4: s from rows 0 and 1, c from rows 2 and 3 (columns 01, 02, 03,
