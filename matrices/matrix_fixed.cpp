@@ -53,6 +53,15 @@ using ElementOf = std::remove_cv_t<std::remove_reference_t<decltype(std::declval
 
 // The shared bodies of the numerical members, for M = CMLMatrix2/3/4<T>.
 
+// The spectral norm goes through a temporary dynamic matrix, so that it is the dynamic matrices'
+// value to the last bit; the other selectors are computed in place.
+template <class M, class T = ElementOf<M>>
+T NormOf(const M& a, mlMatrixNorm norm) {
+    constexpr int N = M::Size();
+    if (static_cast<int>(norm) == mlNormSpectral) return a.ConvertToMatrixMN().Norm(norm);
+    return fm::Norm<T, N>(&a[0], static_cast<int>(norm));
+}
+
 template <class M, class T = ElementOf<M>>
 int InverseWithCondition(const M& a, M& out, mlMatrixNorm norm, T eps, T& condition) {
     M inv;
@@ -221,8 +230,17 @@ int ComplexEigenvectorOf(const M& a, const CMLComplex<T>& value, V& re, V& im, T
 
 #define ML_FIXED_MATRIX_COMMON_MEMBERS(M)                                                         \
     template <class T>                                                                             \
+    M<T>::M(const CMLMatrixMN<T>& src) {                                                           \
+        for (int i = 0; i < M::Size(); ++i)                                                        \
+            for (int j = 0; j < M::Size(); ++j) (*this)(i, j) = src(i, j);                         \
+    }                                                                                              \
+    template <class T>                                                                             \
+    CMLMatrixMN<T> M<T>::ConvertToMatrixMN() const {                                               \
+        return CMLMatrixMN<T>(M::Size(), M::Size(), &(*this)[0]);                                  \
+    }                                                                                              \
+    template <class T>                                                                             \
     T M<T>::Norm(mlMatrixNorm norm) const {                                                        \
-        return fm::Norm<T, M<T>::Size()>(&(*this)[0], static_cast<int>(norm));                     \
+        return NormOf(*this, norm);                                                                \
     }                                                                                              \
     template <class T>                                                                             \
     int M<T>::Inverse(M& out, mlMatrixNorm norm, T eps, T& condition) const {                      \

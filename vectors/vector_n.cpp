@@ -144,7 +144,8 @@ void NegTo(T* __restrict r, const T* a, int n) {
 inline bool Differs(int a, int b) { return a != b; }
 template <class T, std::enable_if_t<std::is_floating_point_v<T>, int> = 0>
 bool Differs(T a, T b) {
-    // A difference of exactly P is equal; NaN compares as different.
+    // A difference of exactly P is equal; a NaN difference is never within P, so NaN differs
+    // (the rule of every comparison of the library's vectors and matrices).
     return !(std::fabs(a - b) <= mlDefaultPrecision<T>);
 }
 template <class T>

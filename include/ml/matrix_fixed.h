@@ -18,7 +18,7 @@
 // singular matrix (output unchanged). The decompositions return 1 on success and 0 on failure
 // (a non-finite element, or the test the member names), leaving their outputs unchanged unless a
 // member says otherwise. Nothing throws, allocates (except Norm(mlNormSpectral) and the dynamic
-// matrix conversions) or prints.
+// matrix conversions) or prints. The norm selector mlMatrixNorm is the dynamic matrices' one.
 //
 // The transform builders reproduce, exactly, the arithmetic callers have always had from them;
 // several entries are deliberately not the plain matrix product (see each builder).
@@ -26,6 +26,7 @@
 #define ML_MATRIX_FIXED_H
 
 #include <ml/complex.h>
+#include <ml/matrix_mn.h>
 #include <ml/precision.h>
 #include <ml/types.h>
 #include <ml/vector_fixed.h>
@@ -44,15 +45,6 @@ enum mlRotationsOrder : int {
     mlYZX = 3,  // Y, then Z, then X: Rx(a) * Rz(c) * Ry(b)
     mlZYX = 4,  // Z, then Y, then X: Rx(a) * Ry(b) * Rz(c)
     mlZXY = 5,  // Z, then X, then Y: Ry(b) * Rx(a) * Rz(c)
-};
-
-// Placeholder norm selector, to be replaced by the shared one of the dynamic matrices.
-enum mlMatrixNorm : int {
-    mlNormColumnSum = 0,
-    mlNormRowSum = 1,
-    mlNormFrobenius = 2,
-    mlNormSpectral = 3,
-    mlNormMaxElement = 4,
 };
 
 template <class T>
@@ -636,10 +628,13 @@ protected:
 
 // Members of every size, besides those of the shared base (see ml::detail::fixed_matrix::Base):
 //  - M(), M(int, int): all elements 0, not the identity (the ints are ignored).
-//    M(const T* src): N*N values read row-major.
+//    M(const T* src): N*N values read row-major. M(const CMLMatrixMN<T>& src): the elements
+//    src(i, j) for i, j < N (src's shape is not checked: it must have N rows and N columns at
+//    least).
 //  - Norm(norm): by selector value 0 the largest column sum of |x|, 1 the largest row sum, 2 the
-//    Frobenius norm, 3 the spectral norm (largest singular value), 4 N times the largest |x|;
-//    any other value the Frobenius norm.
+//    Frobenius norm, 3 the spectral norm (largest singular value, computed through a temporary
+//    CMLMatrixMN exactly as its own Norm does: the one member that allocates), 4 N times the
+//    largest |x|; any other value the Frobenius norm.
 //  - Inverse(out, norm, eps, cond): Inverse(out, eps) that also gives the condition estimate
 //    Norm(norm) * out.Norm(norm) in cond (mlBigValue when the call returns 3).
 //  - ConditionNumber(norm): sigma_max / sigma_min for the spectral norm, else
@@ -670,6 +665,7 @@ protected:
 //    symmetric within eps, or, for a non-zero requirePositive, not positive definite
 //    (IsPositive(eps)).
 //  - ConvertToMatrixMN(): the elements as a new N x N dynamic matrix.
+//  CMLMatrixMN<T>::Inverse(out, eps) hands matrices of 2, 3 and 4 rows to these classes.
 // 2x2 and 3x3 only:
 //  - FindEigenvalues(values): the N eigenvalues into values[0..N-1] as complex numbers, the real
 //    ones first in ascending order, then each complex pair (positive imaginary part first), by
@@ -698,6 +694,7 @@ public:
     CMLMatrix2() = default;
     CMLMatrix2(int, int) {}
     explicit CMLMatrix2(const T* src) : Base(src) {}
+    CMLMatrix2(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
 
     using Base::Inverse;
     using Base::SolveSystem;
@@ -715,6 +712,7 @@ public:
     int LU_Decomposition(CMLMatrix2& L, CMLMatrix2& U, T eps) const;
     int SymmetricEigensolve(Vector& values, CMLMatrix2& vectors, T eps) const;
     int SpectralDecomposition(CMLMatrix2& A, CMLMatrix2& B, int requirePositive, T eps) const;
+    CMLMatrixMN<T> ConvertToMatrixMN() const;
     int FindEigenvalues(CMLComplex<T>* values) const;
     int FindEigenvectorsReal(T* values, Vector* vectors, T eps) const;
     int FindEigenvectorComplex(const CMLComplex<T>& value, Vector& re, Vector& im, T eps) const;
@@ -735,6 +733,7 @@ public:
     CMLMatrix3() = default;
     CMLMatrix3(int, int) {}
     explicit CMLMatrix3(const T* src) : Base(src) {}
+    CMLMatrix3(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
 
     using Base::Inverse;
     using Base::SolveSystem;
@@ -755,6 +754,7 @@ public:
     int LU_Decomposition(CMLMatrix3& L, CMLMatrix3& U, T eps) const;
     int SymmetricEigensolve(Vector& values, CMLMatrix3& vectors, T eps) const;
     int SpectralDecomposition(CMLMatrix3& A, CMLMatrix3& B, int requirePositive, T eps) const;
+    CMLMatrixMN<T> ConvertToMatrixMN() const;
     int FindEigenvalues(CMLComplex<T>* values) const;
     int FindEigenvectorsReal(T* values, Vector* vectors, T eps) const;
     int FindEigenvectorComplex(const CMLComplex<T>& value, Vector& re, Vector& im, T eps) const;
@@ -831,6 +831,7 @@ public:
     CMLMatrix4() = default;
     CMLMatrix4(int, int) {}
     explicit CMLMatrix4(const T* src) : Base(src) {}
+    CMLMatrix4(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
 
     using Base::Inverse;
     using Base::SolveSystem;
@@ -851,6 +852,7 @@ public:
     int LU_Decomposition(CMLMatrix4& L, CMLMatrix4& U, T eps) const;
     int SymmetricEigensolve(Vector& values, CMLMatrix4& vectors, T eps) const;
     int SpectralDecomposition(CMLMatrix4& A, CMLMatrix4& B, int requirePositive, T eps) const;
+    CMLMatrixMN<T> ConvertToMatrixMN() const;
 
     // (m00, m11, m22): the diagonal of the upper-left 3x3 block.
     CMLVector3<T> Diagonal3() const {

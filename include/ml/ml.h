@@ -9,6 +9,7 @@
 #include <ml/algebra.h>
 #include <ml/vector_n.h>
 #include <ml/vector_fixed.h>
+#include <ml/matrix_mn.h>
 #include <ml/matrix_fixed.h>
 
 #endif  // ML_ML_H

@@ -183,12 +183,12 @@ inline Elem<V> LargestAbsComponent(const V& first, const Vs&... rest) {
     return m;
 }
 
-// 1 when every |a_i - b_i| <= P, tested in component order.
+// 1 when every |a_i - b_i| <= P, tested in component order; a NaN component is never within P.
 template <class V>
 inline int Equal(const V& a, const V& b) {
     constexpr Elem<V> p = mlDefaultPrecision<Elem<V>>;
     return ForComponents<V>([&](auto... i) {
-               return (... && !(std::fabs(Comp(a, i) - Comp(b, i)) > p));
+               return (... && (std::fabs(Comp(a, i) - Comp(b, i)) <= p));
            })
                ? 1
                : 0;
@@ -231,11 +231,119 @@ inline void AnnulateSmall(V& v, Elem<V> precision) {
 
 }  // namespace ml::detail::fixed_vector
 
+namespace ml::detail {
+
+// The members the three fixed vectors share, written once. V is the vector class itself (with
+// its fields x, y[, z, w]); it derives from this empty base, so it stays a standard-layout value
+// of exactly its components.
+template <class V, class T>
+class ML_API fixed_vector_members {
+public:
+    // 0, 1, ... give x, y, ...; every other index, negative ones included, the last component.
+    T& operator[](int i) { return fixed_vector::Clamped(Self(), i); }
+    const T& operator[](int i) const { return fixed_vector::Clamped(Self(), i); }
+    void Dump(T* dst) const { fixed_vector::Store(Self(), dst); }
+
+    V operator*(T s) const {
+        return fixed_vector::Map(Self(), [s](T c) { return c * s; });
+    }
+    V operator/(T s) const {  // not guarded
+        return fixed_vector::Map(Self(), [s](T c) { return c / s; });
+    }
+    V operator+(const V& b) const {
+        return fixed_vector::Zip(Self(), b, [](T p, T q) { return p + q; });
+    }
+    V operator-(const V& b) const {
+        return fixed_vector::Zip(Self(), b, [](T p, T q) { return p - q; });
+    }
+    // The scalar is read once, so `v /= v.x` divides every component by the original x.
+    V& operator*=(const T& s) {
+        Mul(s);
+        return Self();
+    }
+    V& operator/=(const T& s) {  // not guarded
+        Div(s);
+        return Self();
+    }
+    V& operator+=(const V& b) {
+        Add(b);
+        return Self();
+    }
+    V& operator-=(const V& b) {
+        Sub(b);
+        return Self();
+    }
+    void Mul(T s) {
+        fixed_vector::Update(Self(), [s](T& c) { c *= s; });
+    }
+    void Div(T s) {
+        fixed_vector::Update(Self(), [s](T& c) { c /= s; });
+    }
+    void Add(const V& b) {
+        fixed_vector::UpdateWith(Self(), b, [](T& c, T d) { c += d; });
+    }
+    void Sub(const V& b) {
+        fixed_vector::UpdateWith(Self(), b, [](T& c, T d) { c -= d; });
+    }
+    V Negate() const {
+        return fixed_vector::Map(Self(), [](T c) { return -c; });
+    }
+
+    int operator==(const V& b) const { return fixed_vector::Equal(Self(), b); }
+    int operator!=(const V& b) const { return 1 - (Self() == b); }
+
+    T Dot(const V& b) const { return fixed_vector::Dot(Self(), b); }
+    T Length() const { return fixed_vector::Length(Self()); }
+    T NormEuclidean() const { return Length(); }
+    T SquareLength() const { return fixed_vector::Dot(Self(), Self()); }
+    T NormInf() const { return fixed_vector::LargestAbsComponent(Self()); }
+    T Norm1() const { return fixed_vector::Norm1(Self()); }
+    int Normalize() { return fixed_vector::Normalize(Self()); }
+
+    T GetMaxComponent(int useAbs) const {
+        int i;
+        return fixed_vector::Extreme(Self(), useAbs, true, i);
+    }
+    T GetMinComponent(int useAbs) const {
+        int i;
+        return fixed_vector::Extreme(Self(), useAbs, false, i);
+    }
+    int GetIndexOfMaxComponent(int useAbs) const {
+        int i;
+        fixed_vector::Extreme(Self(), useAbs, true, i);
+        return i;
+    }
+    int GetIndexOfMinComponent(int useAbs) const {
+        int i;
+        fixed_vector::Extreme(Self(), useAbs, false, i);
+        return i;
+    }
+    int IsAlmostZero(T precision = mlDefaultPrecision<T>) const {
+        return mlIsAlmostZero(Length(), precision);
+    }
+    int IsAlmostUnit(T precision = mlDefaultPrecision<T>) const {
+        return mlIsAlmostZero(Length() - T(1), precision);
+    }
+    void AnnulateSmallComponents(T precision = mlDefaultPrecision<T>) {
+        fixed_vector::AnnulateSmall(Self(), precision);
+    }
+    void SetToZero() { SetToConstant(T(0)); }
+    void SetToConstant(T v) {
+        fixed_vector::Update(Self(), [v](T& c) { c = v; });
+    }
+
+private:
+    V& Self() { return static_cast<V&>(*this); }
+    const V& Self() const { return static_cast<const V&>(*this); }
+};
+
+}  // namespace ml::detail
+
 // Two components x, y. Besides the common members: the (x, y) constructor and Fill(x, y) in place
 // of the array forms, the polar angle in degrees, the quarter turn and the decomposition in a
 // basis.
 template <class T>
-class ML_API CMLVector2 {
+class ML_API CMLVector2 : public ml::detail::fixed_vector_members<CMLVector2<T>, T> {
 public:
     T x;
     T y;
@@ -251,9 +359,6 @@ public:
     CMLVector2& operator=(const CMLVector2&) = default;
     ~CMLVector2() = default;
 
-    // 0 gives x, every other index y.
-    T& operator[](int i) { return ml::detail::fixed_vector::Clamped(*this, i); }
-    const T& operator[](int i) const { return ml::detail::fixed_vector::Clamped(*this, i); }
     T& X() { return x; }
     T X() const { return x; }
     T& Y() { return y; }
@@ -263,93 +368,6 @@ public:
         x = vx;
         y = vy;
     }
-    void Dump(T* dst) const { ml::detail::fixed_vector::Store(*this, dst); }
-
-    CMLVector2 operator*(T s) const {
-        return ml::detail::fixed_vector::Map(*this, [s](T c) { return c * s; });
-    }
-    CMLVector2 operator/(T s) const {  // not guarded
-        return ml::detail::fixed_vector::Map(*this, [s](T c) { return c / s; });
-    }
-    CMLVector2 operator+(const CMLVector2& b) const {
-        return ml::detail::fixed_vector::Zip(*this, b, [](T p, T q) { return p + q; });
-    }
-    CMLVector2 operator-(const CMLVector2& b) const {
-        return ml::detail::fixed_vector::Zip(*this, b, [](T p, T q) { return p - q; });
-    }
-    // The scalar is read once, so `v /= v.x` divides every component by the original x.
-    CMLVector2& operator*=(const T& s) {
-        Mul(s);
-        return *this;
-    }
-    CMLVector2& operator/=(const T& s) {  // not guarded
-        Div(s);
-        return *this;
-    }
-    CMLVector2& operator+=(const CMLVector2& b) {
-        Add(b);
-        return *this;
-    }
-    CMLVector2& operator-=(const CMLVector2& b) {
-        Sub(b);
-        return *this;
-    }
-    void Mul(T s) {
-        ml::detail::fixed_vector::Update(*this, [s](T& c) { c *= s; });
-    }
-    void Div(T s) {
-        ml::detail::fixed_vector::Update(*this, [s](T& c) { c /= s; });
-    }
-    void Add(const CMLVector2& b) {
-        ml::detail::fixed_vector::UpdateWith(*this, b, [](T& c, T d) { c += d; });
-    }
-    void Sub(const CMLVector2& b) {
-        ml::detail::fixed_vector::UpdateWith(*this, b, [](T& c, T d) { c -= d; });
-    }
-    CMLVector2 Negate() const {
-        return ml::detail::fixed_vector::Map(*this, [](T c) { return -c; });
-    }
-
-    int operator==(const CMLVector2& b) const { return ml::detail::fixed_vector::Equal(*this, b); }
-    int operator!=(const CMLVector2& b) const { return 1 - (*this == b); }
-
-    T Dot(const CMLVector2& b) const { return ml::detail::fixed_vector::Dot(*this, b); }
-    T Length() const { return ml::detail::fixed_vector::Length(*this); }
-    T NormEuclidean() const { return Length(); }
-    T SquareLength() const { return ml::detail::fixed_vector::Dot(*this, *this); }
-    T NormInf() const { return ml::detail::fixed_vector::LargestAbsComponent(*this); }
-    T Norm1() const { return ml::detail::fixed_vector::Norm1(*this); }
-    int Normalize() { return ml::detail::fixed_vector::Normalize(*this); }
-
-    T GetMaxComponent(int useAbs) const {
-        int i;
-        return ml::detail::fixed_vector::Extreme(*this, useAbs, true, i);
-    }
-    T GetMinComponent(int useAbs) const {
-        int i;
-        return ml::detail::fixed_vector::Extreme(*this, useAbs, false, i);
-    }
-    int GetIndexOfMaxComponent(int useAbs) const {
-        int i;
-        ml::detail::fixed_vector::Extreme(*this, useAbs, true, i);
-        return i;
-    }
-    int GetIndexOfMinComponent(int useAbs) const {
-        int i;
-        ml::detail::fixed_vector::Extreme(*this, useAbs, false, i);
-        return i;
-    }
-    int IsAlmostZero(T precision = mlDefaultPrecision<T>) const {
-        return mlIsAlmostZero(Length(), precision);
-    }
-    int IsAlmostUnit(T precision = mlDefaultPrecision<T>) const {
-        return mlIsAlmostZero(Length() - T(1), precision);
-    }
-    void AnnulateSmallComponents(T precision = mlDefaultPrecision<T>) {
-        ml::detail::fixed_vector::AnnulateSmall(*this, precision);
-    }
-    void SetToZero() { SetToConstant(T(0)); }
-    void SetToConstant(T v) { x = y = v; }
 
     // atan2(y, x) in degrees, in [0, 360): negative angles have 360 added.
     T Angle_0_360() const;
@@ -367,7 +385,7 @@ public:
 // Three components x, y, z. Besides the common members: the cross product and the decomposition
 // in a basis.
 template <class T>
-class ML_API CMLVector3 {
+class ML_API CMLVector3 : public ml::detail::fixed_vector_members<CMLVector3<T>, T> {
 public:
     T x;
     T y;
@@ -385,9 +403,6 @@ public:
     CMLVector3& operator=(const CMLVector3&) = default;
     ~CMLVector3() = default;
 
-    // 0 gives x, 1 gives y, every other index z.
-    T& operator[](int i) { return ml::detail::fixed_vector::Clamped(*this, i); }
-    const T& operator[](int i) const { return ml::detail::fixed_vector::Clamped(*this, i); }
     T& X() { return x; }
     T X() const { return x; }
     T& Y() { return y; }
@@ -396,57 +411,7 @@ public:
     T Z() const { return z; }
     static constexpr int Dim() { return 3; }
     void Fill(const T* src) { ml::detail::fixed_vector::Load(*this, src); }
-    void Dump(T* dst) const { ml::detail::fixed_vector::Store(*this, dst); }
 
-    CMLVector3 operator*(T s) const {
-        return ml::detail::fixed_vector::Map(*this, [s](T c) { return c * s; });
-    }
-    CMLVector3 operator/(T s) const {  // not guarded
-        return ml::detail::fixed_vector::Map(*this, [s](T c) { return c / s; });
-    }
-    CMLVector3 operator+(const CMLVector3& b) const {
-        return ml::detail::fixed_vector::Zip(*this, b, [](T p, T q) { return p + q; });
-    }
-    CMLVector3 operator-(const CMLVector3& b) const {
-        return ml::detail::fixed_vector::Zip(*this, b, [](T p, T q) { return p - q; });
-    }
-    // The scalar is read once, so `v /= v.x` divides every component by the original x.
-    CMLVector3& operator*=(const T& s) {
-        Mul(s);
-        return *this;
-    }
-    CMLVector3& operator/=(const T& s) {  // not guarded
-        Div(s);
-        return *this;
-    }
-    CMLVector3& operator+=(const CMLVector3& b) {
-        Add(b);
-        return *this;
-    }
-    CMLVector3& operator-=(const CMLVector3& b) {
-        Sub(b);
-        return *this;
-    }
-    void Mul(T s) {
-        ml::detail::fixed_vector::Update(*this, [s](T& c) { c *= s; });
-    }
-    void Div(T s) {
-        ml::detail::fixed_vector::Update(*this, [s](T& c) { c /= s; });
-    }
-    void Add(const CMLVector3& b) {
-        ml::detail::fixed_vector::UpdateWith(*this, b, [](T& c, T d) { c += d; });
-    }
-    void Sub(const CMLVector3& b) {
-        ml::detail::fixed_vector::UpdateWith(*this, b, [](T& c, T d) { c -= d; });
-    }
-    CMLVector3 Negate() const {
-        return ml::detail::fixed_vector::Map(*this, [](T c) { return -c; });
-    }
-
-    int operator==(const CMLVector3& b) const { return ml::detail::fixed_vector::Equal(*this, b); }
-    int operator!=(const CMLVector3& b) const { return 1 - (*this == b); }
-
-    T Dot(const CMLVector3& b) const { return ml::detail::fixed_vector::Dot(*this, b); }
     // (y*b.z - z*b.y, z*b.x - x*b.z, x*b.y - y*b.x).
     CMLVector3 Cross(const CMLVector3& b) const {
         return CMLVector3(y * b.z - z * b.y, z * b.x - x * b.z, x * b.y - y * b.x);
@@ -456,47 +421,11 @@ public:
     // with status 1; otherwise returns 0 and leaves them unchanged.
     int DecomposeInBasis(const CMLVector3& e1, const CMLVector3& e2, const CMLVector3& e3, T& c1,
                          T& c2, T& c3, T precision = mlDefaultPrecision<T>) const;
-    T Length() const { return ml::detail::fixed_vector::Length(*this); }
-    T NormEuclidean() const { return Length(); }
-    T SquareLength() const { return ml::detail::fixed_vector::Dot(*this, *this); }
-    T NormInf() const { return ml::detail::fixed_vector::LargestAbsComponent(*this); }
-    T Norm1() const { return ml::detail::fixed_vector::Norm1(*this); }
-    int Normalize() { return ml::detail::fixed_vector::Normalize(*this); }
-
-    T GetMaxComponent(int useAbs) const {
-        int i;
-        return ml::detail::fixed_vector::Extreme(*this, useAbs, true, i);
-    }
-    T GetMinComponent(int useAbs) const {
-        int i;
-        return ml::detail::fixed_vector::Extreme(*this, useAbs, false, i);
-    }
-    int GetIndexOfMaxComponent(int useAbs) const {
-        int i;
-        ml::detail::fixed_vector::Extreme(*this, useAbs, true, i);
-        return i;
-    }
-    int GetIndexOfMinComponent(int useAbs) const {
-        int i;
-        ml::detail::fixed_vector::Extreme(*this, useAbs, false, i);
-        return i;
-    }
-    int IsAlmostZero(T precision = mlDefaultPrecision<T>) const {
-        return mlIsAlmostZero(Length(), precision);
-    }
-    int IsAlmostUnit(T precision = mlDefaultPrecision<T>) const {
-        return mlIsAlmostZero(Length() - T(1), precision);
-    }
-    void AnnulateSmallComponents(T precision = mlDefaultPrecision<T>) {
-        ml::detail::fixed_vector::AnnulateSmall(*this, precision);
-    }
-    void SetToZero() { SetToConstant(T(0)); }
-    void SetToConstant(T v) { x = y = z = v; }
 };
 
 // Four components x, y, z, w; the common members only.
 template <class T>
-class ML_API CMLVector4 {
+class ML_API CMLVector4 : public ml::detail::fixed_vector_members<CMLVector4<T>, T> {
 public:
     T x;
     T y;
@@ -515,9 +444,6 @@ public:
     CMLVector4& operator=(const CMLVector4&) = default;
     ~CMLVector4() = default;
 
-    // 0, 1, 2 give x, y, z, every other index w.
-    T& operator[](int i) { return ml::detail::fixed_vector::Clamped(*this, i); }
-    const T& operator[](int i) const { return ml::detail::fixed_vector::Clamped(*this, i); }
     T& X() { return x; }
     T X() const { return x; }
     T& Y() { return y; }
@@ -528,93 +454,6 @@ public:
     T W() const { return w; }
     static constexpr int Dim() { return 4; }
     void Fill(const T* src) { ml::detail::fixed_vector::Load(*this, src); }
-    void Dump(T* dst) const { ml::detail::fixed_vector::Store(*this, dst); }
-
-    CMLVector4 operator*(T s) const {
-        return ml::detail::fixed_vector::Map(*this, [s](T c) { return c * s; });
-    }
-    CMLVector4 operator/(T s) const {  // not guarded
-        return ml::detail::fixed_vector::Map(*this, [s](T c) { return c / s; });
-    }
-    CMLVector4 operator+(const CMLVector4& b) const {
-        return ml::detail::fixed_vector::Zip(*this, b, [](T p, T q) { return p + q; });
-    }
-    CMLVector4 operator-(const CMLVector4& b) const {
-        return ml::detail::fixed_vector::Zip(*this, b, [](T p, T q) { return p - q; });
-    }
-    // The scalar is read once, so `v /= v.x` divides every component by the original x.
-    CMLVector4& operator*=(const T& s) {
-        Mul(s);
-        return *this;
-    }
-    CMLVector4& operator/=(const T& s) {  // not guarded
-        Div(s);
-        return *this;
-    }
-    CMLVector4& operator+=(const CMLVector4& b) {
-        Add(b);
-        return *this;
-    }
-    CMLVector4& operator-=(const CMLVector4& b) {
-        Sub(b);
-        return *this;
-    }
-    void Mul(T s) {
-        ml::detail::fixed_vector::Update(*this, [s](T& c) { c *= s; });
-    }
-    void Div(T s) {
-        ml::detail::fixed_vector::Update(*this, [s](T& c) { c /= s; });
-    }
-    void Add(const CMLVector4& b) {
-        ml::detail::fixed_vector::UpdateWith(*this, b, [](T& c, T d) { c += d; });
-    }
-    void Sub(const CMLVector4& b) {
-        ml::detail::fixed_vector::UpdateWith(*this, b, [](T& c, T d) { c -= d; });
-    }
-    CMLVector4 Negate() const {
-        return ml::detail::fixed_vector::Map(*this, [](T c) { return -c; });
-    }
-
-    int operator==(const CMLVector4& b) const { return ml::detail::fixed_vector::Equal(*this, b); }
-    int operator!=(const CMLVector4& b) const { return 1 - (*this == b); }
-
-    T Dot(const CMLVector4& b) const { return ml::detail::fixed_vector::Dot(*this, b); }
-    T Length() const { return ml::detail::fixed_vector::Length(*this); }
-    T NormEuclidean() const { return Length(); }
-    T SquareLength() const { return ml::detail::fixed_vector::Dot(*this, *this); }
-    T NormInf() const { return ml::detail::fixed_vector::LargestAbsComponent(*this); }
-    T Norm1() const { return ml::detail::fixed_vector::Norm1(*this); }
-    int Normalize() { return ml::detail::fixed_vector::Normalize(*this); }
-
-    T GetMaxComponent(int useAbs) const {
-        int i;
-        return ml::detail::fixed_vector::Extreme(*this, useAbs, true, i);
-    }
-    T GetMinComponent(int useAbs) const {
-        int i;
-        return ml::detail::fixed_vector::Extreme(*this, useAbs, false, i);
-    }
-    int GetIndexOfMaxComponent(int useAbs) const {
-        int i;
-        ml::detail::fixed_vector::Extreme(*this, useAbs, true, i);
-        return i;
-    }
-    int GetIndexOfMinComponent(int useAbs) const {
-        int i;
-        ml::detail::fixed_vector::Extreme(*this, useAbs, false, i);
-        return i;
-    }
-    int IsAlmostZero(T precision = mlDefaultPrecision<T>) const {
-        return mlIsAlmostZero(Length(), precision);
-    }
-    int IsAlmostUnit(T precision = mlDefaultPrecision<T>) const {
-        return mlIsAlmostZero(Length() - T(1), precision);
-    }
-    void AnnulateSmallComponents(T precision = mlDefaultPrecision<T>) {
-        ml::detail::fixed_vector::AnnulateSmall(*this, precision);
-    }
-    void SetToZero() { SetToConstant(T(0)); }
-    void SetToConstant(T v) { x = y = z = w = v; }
 };
 
 // Geometry shared by the free functions of two and three dimensions.
@@ -1029,6 +868,9 @@ inline ML_API int mlVector4To3(const CMLVector4<T>& a, ml::detail::non_deduced_t
 // Every instantiation of the family for one element type T, as one list: the header declares them
 // (`extern template`), the source defines them (`template`).
 #define ML_VECTOR_FIXED_INSTANCES(KW, T)                                                          \
+    KW class ml::detail::fixed_vector_members<CMLVector2<T>, T>;                                   \
+    KW class ml::detail::fixed_vector_members<CMLVector3<T>, T>;                                   \
+    KW class ml::detail::fixed_vector_members<CMLVector4<T>, T>;                                   \
     KW class CMLVector2<T>;                                                                        \
     KW class CMLVector3<T>;                                                                        \
     KW class CMLVector4<T>;                                                                        \

@@ -100,8 +100,8 @@ public:
     CMLBaseVector Negate() const;
 
     // 0 if the dimensions differ; 1 if both are empty; otherwise 1 unless a pair differs: by more
-    // than P for float and double (NaN always differs), by any amount for int, by a non-zero
-    // mlAbs of the difference for complex elements (that is, by sqrt(P) or more).
+    // than P for float and double (a NaN always differs), by any amount for
+    // int, by a non-zero mlAbs of the difference for complex elements (by sqrt(P) or more).
     int operator==(const CMLBaseVector& b) const;
     // The exact negation of ==.
     int operator!=(const CMLBaseVector& b) const;

@@ -703,6 +703,59 @@ TYPED_TEST(FixedMatrixReal, BlockEmbeddings) {
     EXPECT_EQ(back(2, 1), T(0));
 }
 
+// ---- Dynamic matrices ------------------------------------------------------------------------------
+
+TYPED_TEST(FixedMatrixTyped, ConversionsWithDynamicMatrices) {
+    using M = TypeParam;
+    using T = Elem<M>;
+    const M a = Random<M>(50);
+    const CMLMatrixMN<T> d = a.ConvertToMatrixMN();
+    ASSERT_EQ(d.RowsNb(), kN<M>);
+    ASSERT_EQ(d.ColsNb(), kN<M>);
+    for (int i = 0; i < kN<M>; ++i)
+        for (int j = 0; j < kN<M>; ++j) EXPECT_EQ(d(i, j), a(i, j));
+    const M back = d;  // converts implicitly
+    EXPECT_EQ(MaxAbsDiff(back, a), 0);
+    // From a larger dynamic matrix: its leading N x N block.
+    CMLMatrixMN<T> big(5, 6);
+    for (int i = 0; i < 5; ++i)
+        for (int j = 0; j < 6; ++j) big(i, j) = T(10 * i + j);
+    const M block(big);
+    for (int i = 0; i < kN<M>; ++i)
+        for (int j = 0; j < kN<M>; ++j) EXPECT_EQ(block(i, j), T(10 * i + j));
+}
+
+// The spectral norm is the dynamic matrices' one, to the last bit.
+TYPED_TEST(FixedMatrixTyped, SpectralNormIsTheDynamicMatricesOne) {
+    using M = TypeParam;
+    for (unsigned seed = 51; seed < 56; ++seed) {
+        const M a = Random<M>(seed);
+        EXPECT_EQ(a.Norm(mlNormSpectral), a.ConvertToMatrixMN().Norm(mlNormSpectral));
+        typename M::Vector s;
+        ASSERT_EQ(a.CalculateSingularNumbers(s), 1);
+        EXPECT_NEAR(a.Norm(mlNormSpectral), s[0], 8 * std::numeric_limits<Elem<M>>::epsilon());
+    }
+}
+
+// CMLMatrixMN::Inverse(out, eps) of 2, 3 and 4 rows is the fixed matrices' inverse.
+TYPED_TEST(FixedMatrixTyped, DynamicInverseOfSmallOrders) {
+    using M = TypeParam;
+    using T = Elem<M>;
+    const M a = Random<M>(56) + Identity<M>();
+    M fixed;
+    ASSERT_EQ(a.Inverse(fixed, T(1e-6)), 0);
+    CMLMatrixMN<T> out(kN<M>, kN<M>);
+    ASSERT_EQ(a.ConvertToMatrixMN().Inverse(out, T(1e-6)), 0);
+    EXPECT_EQ(MaxAbsDiff(M(out), fixed), 0);
+    // The strict determinant test: |det| = eps inverts, just above it does not.
+    const M tiny = TinyDeterminant<M>();
+    EXPECT_EQ(tiny.ConvertToMatrixMN().Inverse(out, tiny.Det()), 0);
+    EXPECT_EQ(out(0, 0), T(1024));
+    out(0, 1) = T(5);
+    EXPECT_EQ(tiny.ConvertToMatrixMN().Inverse(out, std::nextafter(tiny.Det(), T(1))), 3);
+    EXPECT_EQ(out(0, 1), T(5));
+}
+
 // ---- 2D homogeneous transforms (CMLMatrix3) ------------------------------------------------------
 
 TYPED_TEST(FixedMatrixReal, Translate3AddsTheCornerOnceMore) {

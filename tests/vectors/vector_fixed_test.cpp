@@ -238,9 +238,10 @@ TEST(FixedVectorEquality, ComponentsAreTestedOneByOne) {
     // equal: the test is per component, not on the length of the difference.
     const CMLVector4<double> a(0, 0, 0, 0), b(1e-9, 1e-9, 1e-9, 1e-9);
     EXPECT_EQ(a == b, 1);
-    // A NaN component never differs by more than P.
+    // A NaN component is never within P of anything.
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(CMLVector2<double>(nan, 0) == CMLVector2<double>(1, 0), 1);
+    EXPECT_EQ(CMLVector2<double>(nan, 0) == CMLVector2<double>(nan, 0), 0);
+    EXPECT_EQ(CMLVector2<double>(nan, 0) != CMLVector2<double>(1, 0), 1);
 }
 
 // ---- Norms ------------------------------------------------------------------------------------
