@@ -6,8 +6,8 @@
 // makes its singularity test (eps > |det|). Each ml benchmark is followed by its anchors.
 #include <ml/matrix_fixed.h>
 
-#include <Eigen/Dense>
 #include <benchmark/benchmark.h>
+#include <Eigen/Dense>
 #include <glm/glm.hpp>
 #include <glm/gtc/matrix_inverse.hpp>
 
@@ -41,8 +41,10 @@ struct Data {
                 a[k] = u(rng);
                 b[k] = u(rng);
             }
-            for (int k = 0; k < 4; ++k) v[k] = u(rng);
-            for (int k = 0; k < 9; ++k) c[k] = u(rng) + (k % 4 == 0 ? 2.0 : 0.0);
+            for (int k = 0; k < 4; ++k)
+                v[k] = u(rng);
+            for (int k = 0; k < 9; ++k)
+                c[k] = u(rng) + (k % 4 == 0 ? 2.0 : 0.0);
             ml4a.push_back(a);
             ml4b.push_back(b);
             mlv.push_back(v);
@@ -100,26 +102,30 @@ void Run(benchmark::State& state, F&& body) {
     state.SetItemsProcessed(state.iterations() * kOperands * kRepeats);
 }
 
-// ---- 4x4 product ---------------------------------------------------------------------------------
+// ---- 4x4 product
+// ---------------------------------------------------------------------------------
 
 void BM_MlProduct4(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.ml4out[i] = d.ml4a[i] * d.ml4b[i];
+        for (int i = 0; i < kOperands; ++i)
+            d.ml4out[i] = d.ml4a[i] * d.ml4b[i];
     });
 }
 
 void BM_EigenProduct4(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.e4out[i].noalias() = d.e4a[i] * d.e4b[i];
+        for (int i = 0; i < kOperands; ++i)
+            d.e4out[i].noalias() = d.e4a[i] * d.e4b[i];
     });
 }
 
 void BM_GlmProduct4(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.g4out[i] = d.g4a[i] * d.g4b[i];
+        for (int i = 0; i < kOperands; ++i)
+            d.g4out[i] = d.g4a[i] * d.g4b[i];
     });
 }
 
@@ -128,54 +134,63 @@ void BM_GlmProduct4(benchmark::State& state) {
 void BM_MlMatVec4(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.mlvout[i] = d.ml4a[i] * d.mlv[i];
+        for (int i = 0; i < kOperands; ++i)
+            d.mlvout[i] = d.ml4a[i] * d.mlv[i];
     });
 }
 
 void BM_EigenMatVec4(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.evout[i].noalias() = d.e4a[i] * d.ev[i];
+        for (int i = 0; i < kOperands; ++i)
+            d.evout[i].noalias() = d.e4a[i] * d.ev[i];
     });
 }
 
 void BM_GlmMatVec4(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.gvout[i] = d.g4a[i] * d.gv[i];
+        for (int i = 0; i < kOperands; ++i)
+            d.gvout[i] = d.g4a[i] * d.gv[i];
     });
 }
 
-// ---- 3x3 inverse ---------------------------------------------------------------------------------
+// ---- 3x3 inverse
+// ---------------------------------------------------------------------------------
 
 void BM_MlInverse3(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.ml3[i].Inverse(d.ml3out[i], 1e-12);
+        for (int i = 0; i < kOperands; ++i)
+            d.ml3[i].Inverse(d.ml3out[i], 1e-12);
     });
 }
 
 void BM_EigenInverse3(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.e3out[i] = d.e3[i].inverse();
+        for (int i = 0; i < kOperands; ++i)
+            d.e3out[i] = d.e3[i].inverse();
     });
 }
 
 void BM_GlmInverse3(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
-        for (int i = 0; i < kOperands; ++i) d.g3out[i] = glm::inverse(d.g3[i]);
+        for (int i = 0; i < kOperands; ++i)
+            d.g3out[i] = glm::inverse(d.g3[i]);
     });
 }
 
-// ---- 3x3 determinant -----------------------------------------------------------------------------
+// ---- 3x3 determinant
+// -----------------------------------------------------------------------------
 
 void BM_MlDet3(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
         double sum = 0;
-        for (int i = 0; i < kOperands; ++i) sum += d.ml3[i].Det();
+        for (int i = 0; i < kOperands; ++i)
+            sum += d.ml3[i].Det();
         benchmark::DoNotOptimize(sum);
     });
 }
@@ -184,7 +199,8 @@ void BM_EigenDet3(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
         double sum = 0;
-        for (int i = 0; i < kOperands; ++i) sum += d.e3[i].determinant();
+        for (int i = 0; i < kOperands; ++i)
+            sum += d.e3[i].determinant();
         benchmark::DoNotOptimize(sum);
     });
 }
@@ -193,7 +209,8 @@ void BM_GlmDet3(benchmark::State& state) {
     Data& d = GetData();
     Run(state, [&] {
         double sum = 0;
-        for (int i = 0; i < kOperands; ++i) sum += glm::determinant(d.g3[i]);
+        for (int i = 0; i < kOperands; ++i)
+            sum += glm::determinant(d.g3[i]);
         benchmark::DoNotOptimize(sum);
     });
 }

@@ -124,7 +124,8 @@ int Positive(const M& a, T eps) {
 
 template <class V, class T>
 void ToVector(const T* x, V& v) {
-    for (int i = 0; i < V::Dim(); ++i) v[i] = x[i];
+    for (int i = 0; i < V::Dim(); ++i)
+        v[i] = x[i];
 }
 
 template <class M, class V, class T = ElementOf<M>>
@@ -188,7 +189,8 @@ int SpectralOf(const M& a, M& A, M& B, int requirePositive, T eps) {
     if (requirePositive && !(w[0] > eps)) return 0;
     A.Fill(v);
     B.SetToZero();
-    for (int i = 0; i < N; ++i) B(i, i) = w[i];
+    for (int i = 0; i < N; ++i)
+        B(i, i) = w[i];
     return 1;
 }
 
@@ -198,7 +200,8 @@ int EigenvaluesOf(const M& a, CMLComplex<T>* values) {
     T re[N], im[N];
     const int real = fm::Eigenvalues<T, N>(&a[0], re, im);
     if (real < 0) return -1;
-    for (int k = 0; k < N; ++k) values[k].Set(re[k], im[k]);
+    for (int k = 0; k < N; ++k)
+        values[k].Set(re[k], im[k]);
     return real;
 }
 
@@ -226,86 +229,88 @@ int ComplexEigenvectorOf(const M& a, const CMLComplex<T>& value, V& re, V& im, T
 
 }  // namespace
 
-// ---- Members every size shares -------------------------------------------------------------------
+// ---- Members every size shares
+// -------------------------------------------------------------------
 
-#define ML_FIXED_MATRIX_COMMON_MEMBERS(M)                                                         \
-    template <class T>                                                                             \
-    M<T>::M(const CMLMatrixMN<T>& src) {                                                           \
-        for (int i = 0; i < M::Size(); ++i)                                                        \
-            for (int j = 0; j < M::Size(); ++j) (*this)(i, j) = src(i, j);                         \
-    }                                                                                              \
-    template <class T>                                                                             \
-    CMLMatrixMN<T> M<T>::ConvertToMatrixMN() const {                                               \
-        return CMLMatrixMN<T>(M::Size(), M::Size(), &(*this)[0]);                                  \
-    }                                                                                              \
-    template <class T>                                                                             \
-    T M<T>::Norm(mlMatrixNorm norm) const {                                                        \
-        return NormOf(*this, norm);                                                                \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::Inverse(M& out, mlMatrixNorm norm, T eps, T& condition) const {                      \
-        return InverseWithCondition(*this, out, norm, eps, condition);                             \
-    }                                                                                              \
-    template <class T>                                                                             \
-    T M<T>::ConditionNumber(mlMatrixNorm norm) const {                                             \
-        return Condition(*this, norm);                                                             \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::CalculateRank(T eps) const {                                                         \
-        return Rank(*this, eps);                                                                   \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition)      \
-        const {                                                                                    \
-        return SolveWithCondition(*this, b, x, norm, eps, condition);                              \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::IsPositive(T eps) const {                                                            \
-        return Positive(*this, eps);                                                               \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::SV_Decomposition(M& U, M& V, Vector& sigma, T eps) const {                           \
-        return SingularValues(*this, &U, &V, sigma, eps);                                          \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::CalculateSingularNumbers(Vector& sigma) const {                                      \
-        return SingularValues<M<T>>(*this, nullptr, nullptr, sigma, T(0));                         \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::PolarDecomposition(M& Q, M& S, int side, T eps) const {                              \
-        return PolarOf(*this, Q, S, side, eps);                                                    \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::QR_Decomposition(M& Q, M& R, T eps) const {                                          \
-        return QrOf(*this, Q, R, eps);                                                             \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::LU_Decomposition(M& L, M& U, T eps) const {                                          \
-        return LuOf(*this, L, U, eps);                                                             \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::SymmetricEigensolve(Vector& values, M& vectors, T eps) const {                       \
-        return EigenOf(*this, values, vectors, eps);                                               \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::SpectralDecomposition(M& A, M& B, int requirePositive, T eps) const {                \
-        return SpectralOf(*this, A, B, requirePositive, eps);                                      \
+#define ML_FIXED_MATRIX_COMMON_MEMBERS(M)                                                     \
+    template <class T>                                                                        \
+    M<T>::M(const CMLMatrixMN<T>& src) {                                                      \
+        for (int i = 0; i < M::Size(); ++i)                                                   \
+            for (int j = 0; j < M::Size(); ++j)                                               \
+                (*this)(i, j) = src(i, j);                                                    \
+    }                                                                                         \
+    template <class T>                                                                        \
+    CMLMatrixMN<T> M<T>::ConvertToMatrixMN() const {                                          \
+        return CMLMatrixMN<T>(M::Size(), M::Size(), &(*this)[0]);                             \
+    }                                                                                         \
+    template <class T>                                                                        \
+    T M<T>::Norm(mlMatrixNorm norm) const {                                                   \
+        return NormOf(*this, norm);                                                           \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::Inverse(M& out, mlMatrixNorm norm, T eps, T& condition) const {                 \
+        return InverseWithCondition(*this, out, norm, eps, condition);                        \
+    }                                                                                         \
+    template <class T>                                                                        \
+    T M<T>::ConditionNumber(mlMatrixNorm norm) const {                                        \
+        return Condition(*this, norm);                                                        \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::CalculateRank(T eps) const {                                                    \
+        return Rank(*this, eps);                                                              \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition) \
+        const {                                                                               \
+        return SolveWithCondition(*this, b, x, norm, eps, condition);                         \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::IsPositive(T eps) const {                                                       \
+        return Positive(*this, eps);                                                          \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::SV_Decomposition(M& U, M& V, Vector& sigma, T eps) const {                      \
+        return SingularValues(*this, &U, &V, sigma, eps);                                     \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::CalculateSingularNumbers(Vector& sigma) const {                                 \
+        return SingularValues<M<T>>(*this, nullptr, nullptr, sigma, T(0));                    \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::PolarDecomposition(M& Q, M& S, int side, T eps) const {                         \
+        return PolarOf(*this, Q, S, side, eps);                                               \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::QR_Decomposition(M& Q, M& R, T eps) const {                                     \
+        return QrOf(*this, Q, R, eps);                                                        \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::LU_Decomposition(M& L, M& U, T eps) const {                                     \
+        return LuOf(*this, L, U, eps);                                                        \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::SymmetricEigensolve(Vector& values, M& vectors, T eps) const {                  \
+        return EigenOf(*this, values, vectors, eps);                                          \
+    }                                                                                         \
+    template <class T>                                                                        \
+    int M<T>::SpectralDecomposition(M& A, M& B, int requirePositive, T eps) const {           \
+        return SpectralOf(*this, A, B, requirePositive, eps);                                 \
     }
 
 // The general eigenproblem of the 2x2 and 3x3 sizes.
-#define ML_FIXED_MATRIX_EIGEN_MEMBERS(M)                                                          \
-    template <class T>                                                                             \
-    int M<T>::FindEigenvalues(CMLComplex<T>* values) const {                                       \
-        return EigenvaluesOf(*this, values);                                                       \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::FindEigenvectorsReal(T* values, Vector* vectors, T eps) const {                      \
-        return RealEigenvectorsOf(*this, values, vectors, eps);                                    \
-    }                                                                                              \
-    template <class T>                                                                             \
-    int M<T>::FindEigenvectorComplex(const CMLComplex<T>& value, Vector& re, Vector& im, T eps)    \
-        const {                                                                                    \
-        return ComplexEigenvectorOf(*this, value, re, im, eps);                                    \
+#define ML_FIXED_MATRIX_EIGEN_MEMBERS(M)                                                        \
+    template <class T>                                                                          \
+    int M<T>::FindEigenvalues(CMLComplex<T>* values) const {                                    \
+        return EigenvaluesOf(*this, values);                                                    \
+    }                                                                                           \
+    template <class T>                                                                          \
+    int M<T>::FindEigenvectorsReal(T* values, Vector* vectors, T eps) const {                   \
+        return RealEigenvectorsOf(*this, values, vectors, eps);                                 \
+    }                                                                                           \
+    template <class T>                                                                          \
+    int M<T>::FindEigenvectorComplex(const CMLComplex<T>& value, Vector& re, Vector& im, T eps) \
+        const {                                                                                 \
+        return ComplexEigenvectorOf(*this, value, re, im, eps);                                 \
     }
 
 ML_FIXED_MATRIX_COMMON_MEMBERS(CMLMatrix2)
@@ -316,7 +321,8 @@ ML_FIXED_MATRIX_EIGEN_MEMBERS(CMLMatrix3)
 #undef ML_FIXED_MATRIX_EIGEN_MEMBERS
 #undef ML_FIXED_MATRIX_COMMON_MEMBERS
 
-// ---- CMLMatrix3: 2D homogeneous transforms -------------------------------------------------------
+// ---- CMLMatrix3: 2D homogeneous transforms
+// -------------------------------------------------------
 
 template <class T>
 void CMLMatrix3<T>::Translate(T tx, T ty, int mode) {
@@ -367,7 +373,8 @@ void CMLMatrix3<T>::Rotate(T angle, int mode) {
 template <class T>
 CMLMatrix3<T> CMLMatrix3<T>::Reflect() const {
     CMLMatrix3 r = *this;
-    for (int k = 0; k < 6; ++k) r[k] = -r[k];
+    for (int k = 0; k < 6; ++k)
+        r[k] = -r[k];
     return r;
 }
 
@@ -415,8 +422,8 @@ int CMLMatrix3<T>::ExtractEulerAngles(mlRotationsOrder order, T& a, T& b, T& c) 
     }
     T out[3];
     out[i] = alpha * mlRadToDeg<T>;
-    out[j] = cosBeta <= kGimbalLockCosine<T> ? (sinBeta > T(0) ? T(90) : T(-90))
-                                              : beta * mlRadToDeg<T>;
+    out[j] =
+        cosBeta <= kGimbalLockCosine<T> ? (sinBeta > T(0) ? T(90) : T(-90)) : beta * mlRadToDeg<T>;
     out[k] = gamma * mlRadToDeg<T>;
     a = out[0];
     b = out[1];
@@ -459,7 +466,8 @@ int CMLMatrix3<T>::ExtractRotationAngleAxis(T& angle, CMLVector3<T>& axis) const
     }
     T n[3];
     if (twoCos > T(0)) {
-        for (int r = 0; r < 3; ++r) n[r] = v[r] / twoSin;
+        for (int r = 0; r < 3; ++r)
+            n[r] = v[r] / twoSin;
     } else {
         // Near a half turn the antisymmetric part vanishes: (R + R^T) / 2 - cos(theta) I is
         // (1 - cos(theta)) n n^T; its column of largest diagonal element gives n.
@@ -472,14 +480,17 @@ int CMLMatrix3<T>::ExtractRotationAngleAxis(T& angle, CMLVector3<T>& axis) const
         for (int r = 1; r < 3; ++r)
             if (b[r * 4] > b[col * 4]) col = r;
         T len = T(0);
-        for (int r = 0; r < 3; ++r) len += b[r * 3 + col] * b[r * 3 + col];
+        for (int r = 0; r < 3; ++r)
+            len += b[r * 3 + col] * b[r * 3 + col];
         len = std::sqrt(len);
-        for (int r = 0; r < 3; ++r) n[r] = b[r * 3 + col] / len;
+        for (int r = 0; r < 3; ++r)
+            n[r] = b[r * 3 + col] / len;
         // Orient n along the antisymmetric part; at exactly a half turn, its largest component
         // positive.
         const T d = n[0] * v[0] + n[1] * v[1] + n[2] * v[2];
         if (d < T(0) || (d == T(0) && n[col] < T(0))) {
-            for (int r = 0; r < 3; ++r) n[r] = -n[r];
+            for (int r = 0; r < 3; ++r)
+                n[r] = -n[r];
         }
     }
     angle = theta * mlRadToDeg<T>;
@@ -506,14 +517,16 @@ int CMLMatrix3<T>::ExtractScaleRotation(CMLVector3<T>& scale, CMLMatrix3& rotati
         }
     T r[9];
     T sc[3] = {len[0], len[1], len[2]};
-    for (int k = 0; k < 9; ++k) r[k] = m[k] / len[k % 3];
+    for (int k = 0; k < 9; ++k)
+        r[k] = m[k] / len[k % 3];
     const T det = r[0] * (r[4] * r[8] - r[5] * r[7]) + r[1] * (r[5] * r[6] - r[3] * r[8]) +
                   r[2] * (r[3] * r[7] - r[4] * r[6]);
     if (det < T(0)) {
         int flip = 0;
         for (int q = 1; q < 3; ++q)
             if (r[q * 4] < r[flip * 4]) flip = q;
-        for (int p = 0; p < 3; ++p) r[p * 3 + flip] = -r[p * 3 + flip];
+        for (int p = 0; p < 3; ++p)
+            r[p * 3 + flip] = -r[p * 3 + flip];
         sc[flip] = -sc[flip];
     }
     // The normalised columns are orthogonal within eps; their polar factor is exactly so.
@@ -531,8 +544,9 @@ int CMLMatrix3<T>::ExtractOrthogonal(CMLMatrix3& q, T eps) const {
     if (!(s[0] > T(0)) || s[2] <= eps * s[0]) return 0;
     T r[9];
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) r[i * 3 + j] = u[i * 3] * v[j * 3] + u[i * 3 + 1] * v[j * 3 + 1] +
-                                                   u[i * 3 + 2] * v[j * 3 + 2];
+        for (int j = 0; j < 3; ++j)
+            r[i * 3 + j] =
+                u[i * 3] * v[j * 3] + u[i * 3 + 1] * v[j * 3 + 1] + u[i * 3 + 2] * v[j * 3 + 2];
     q.Fill(r);
     return 1;
 }
@@ -545,10 +559,12 @@ void CMLMatrix4<T>::FillPart(int r0, int c0, int r1, int c1, const T* src, int b
     int k = 0;
     if (byRows) {
         for (int i = r0; i <= r1; ++i)
-            for (int j = c0; j <= c1; ++j) (*this)(i, j) = src[k++];
+            for (int j = c0; j <= c1; ++j)
+                (*this)(i, j) = src[k++];
     } else {
         for (int j = c0; j <= c1; ++j)
-            for (int i = r0; i <= r1; ++i) (*this)(i, j) = src[k++];
+            for (int i = r0; i <= r1; ++i)
+                (*this)(i, j) = src[k++];
     }
 }
 
@@ -558,23 +574,27 @@ void CMLMatrix4<T>::DumpPart(int r0, int c0, int r1, int c1, T* dst, int byRows)
     int k = 0;
     if (byRows) {
         for (int i = r0; i <= r1; ++i)
-            for (int j = c0; j <= c1; ++j) dst[k++] = (*this)(i, j);
+            for (int j = c0; j <= c1; ++j)
+                dst[k++] = (*this)(i, j);
     } else {
         for (int j = c0; j <= c1; ++j)
-            for (int i = r0; i <= r1; ++i) dst[k++] = (*this)(i, j);
+            for (int i = r0; i <= r1; ++i)
+                dst[k++] = (*this)(i, j);
     }
 }
 
 template <class T>
 void CMLMatrix4<T>::CopyPartRow(int dstRow, int srcRow, int first, int last,
                                 const CMLMatrix4& src) {
-    for (int j = first; j <= last; ++j) (*this)(dstRow, j) = src(srcRow, j);
+    for (int j = first; j <= last; ++j)
+        (*this)(dstRow, j) = src(srcRow, j);
 }
 
 template <class T>
 void CMLMatrix4<T>::CopyPartColumn(int dstCol, int srcCol, int first, int last,
                                    const CMLMatrix4& src) {
-    for (int i = first; i <= last; ++i) (*this)(i, dstCol) = src(i, srcCol);
+    for (int i = first; i <= last; ++i)
+        (*this)(i, dstCol) = src(i, srcCol);
 }
 
 template <class T>
@@ -585,7 +605,8 @@ void CMLMatrix4<T>::Translate(T tx, T ty, T tz, int mode) {
         // corner itself).
         const T m33 = m[15];
         for (int i = 0; i < 3; ++i)
-            m[i * 4 + 3] = m[i * 4 + 3] + m[i * 4] * tx + m[i * 4 + 1] * ty + m[i * 4 + 2] * tz + m33;
+            m[i * 4 + 3] =
+                m[i * 4 + 3] + m[i * 4] * tx + m[i * 4 + 1] * ty + m[i * 4 + 2] * tz + m33;
         m[15] = m33 + m[12] * tx + m[13] * ty + m[14] * tz + m33;
     } else {
         for (int j = 0; j < 4; ++j) {
@@ -668,7 +689,8 @@ void CMLMatrix4<T>::RotateZAxis(T angle, int mode) {
 template <class T>
 CMLMatrix4<T> CMLMatrix4<T>::Reflect() const {
     CMLMatrix4 r = *this;
-    for (int k = 0; k < 12; ++k) r[k] = -r[k];
+    for (int k = 0; k < 12; ++k)
+        r[k] = -r[k];
     return r;
 }
 

@@ -37,12 +37,14 @@ T Max(T a, T b) {
 
 template <class T, int N>
 void SetIdentity(T* a) {
-    for (int k = 0; k < N * N; ++k) a[k] = k % (N + 1) == 0 ? T(1) : T(0);
+    for (int k = 0; k < N * N; ++k)
+        a[k] = k % (N + 1) == 0 ? T(1) : T(0);
 }
 
 template <class T, int N>
 void Copy(const T* src, T* dst) {
-    for (int k = 0; k < N * N; ++k) dst[k] = src[k];
+    for (int k = 0; k < N * N; ++k)
+        dst[k] = src[k];
 }
 
 // The exponent e with 2^e <= max |a| < 2^(e+1); 0 for a zero matrix. Dividing by 2^e is exact
@@ -50,7 +52,8 @@ void Copy(const T* src, T* dst) {
 template <class T, int N>
 int ScaleExponent(const T* a) {
     T m = T(0);
-    for (int k = 0; k < N * N; ++k) m = Max(m, Abs(a[k]));
+    for (int k = 0; k < N * N; ++k)
+        m = Max(m, Abs(a[k]));
     return m > T(0) ? std::ilogb(m) : 0;
 }
 
@@ -76,19 +79,24 @@ void CompleteColumn(T* u, const bool* done, int p) {
             for (int j = 0; j < N; ++j) {
                 if (!done[j]) continue;
                 T d = T(0);
-                for (int i = 0; i < N; ++i) d += u[i * N + j] * x[i];
-                for (int i = 0; i < N; ++i) x[i] -= d * u[i * N + j];
+                for (int i = 0; i < N; ++i)
+                    d += u[i * N + j] * x[i];
+                for (int i = 0; i < N; ++i)
+                    x[i] -= d * u[i * N + j];
             }
         }
         T n = T(0);
-        for (int i = 0; i < N; ++i) n += x[i] * x[i];
+        for (int i = 0; i < N; ++i)
+            n += x[i] * x[i];
         n = std::sqrt(n);
         if (n > bestNorm) {
             bestNorm = n;
-            for (int i = 0; i < N; ++i) best[i] = x[i];
+            for (int i = 0; i < N; ++i)
+                best[i] = x[i];
         }
     }
-    for (int i = 0; i < N; ++i) u[i * N + p] = best[i] / bestNorm;
+    for (int i = 0; i < N; ++i)
+        u[i * N + p] = best[i] / bestNorm;
 }
 
 // A complex number for the eigenvector of a complex eigenvalue.
@@ -121,7 +129,8 @@ T RelativeResidual(const Cx<T>* m, const Cx<T>* v) {
     for (int i = 0; i < N; ++i) {
         vv += Norm2(v[i]);
         Cx<T> s{T(0), T(0)};
-        for (int j = 0; j < N; ++j) s = s + m[i * N + j] * v[j];
+        for (int j = 0; j < N; ++j)
+            s = s + m[i * N + j] * v[j];
         rr += Norm2(s);
     }
     return vv > T(0) ? std::sqrt(rr / vv) : std::numeric_limits<T>::infinity();
@@ -139,11 +148,13 @@ bool AllFinite(const T* a) {
 template <class T, int N>
 T FrobeniusNorm(const T* a) {
     T ss = T(0);
-    for (int k = 0; k < N * N; ++k) ss += a[k] * a[k];
+    for (int k = 0; k < N * N; ++k)
+        ss += a[k] * a[k];
     const T low = std::numeric_limits<T>::min() / kEpsilon<T>;
     if (ss >= low && ss <= std::numeric_limits<T>::max()) return std::sqrt(ss);
     T m = T(0);
-    for (int k = 0; k < N * N; ++k) m = Max(m, Abs(a[k]));
+    for (int k = 0; k < N * N; ++k)
+        m = Max(m, Abs(a[k]));
     if (!(m > T(0)) || !std::isfinite(m)) return std::sqrt(ss);
     const int e = std::ilogb(m);
     T sc = T(0);
@@ -161,7 +172,8 @@ T Norm(const T* a, int selector) {
             T best = T(0);
             for (int j = 0; j < N; ++j) {
                 T s = T(0);
-                for (int i = 0; i < N; ++i) s += Abs(a[i * N + j]);
+                for (int i = 0; i < N; ++i)
+                    s += Abs(a[i * N + j]);
                 best = j == 0 ? s : Max(best, s);
             }
             return best;
@@ -170,7 +182,8 @@ T Norm(const T* a, int selector) {
             T best = T(0);
             for (int i = 0; i < N; ++i) {
                 T s = T(0);
-                for (int j = 0; j < N; ++j) s += Abs(a[i * N + j]);
+                for (int j = 0; j < N; ++j)
+                    s += Abs(a[i * N + j]);
                 best = i == 0 ? s : Max(best, s);
             }
             return best;
@@ -182,7 +195,8 @@ T Norm(const T* a, int selector) {
         }
         case 4: {
             T m = T(0);
-            for (int k = 0; k < N * N; ++k) m = Max(m, Abs(a[k]));
+            for (int k = 0; k < N * N; ++k)
+                m = Max(m, Abs(a[k]));
             return T(N) * m;
         }
         default:
@@ -195,7 +209,8 @@ int Svd(const T* a, T* u, T* v, T* s, T rel) {
     if (!AllFinite<T, N>(a)) return 0;
     const int e = ScaleExponent<T, N>(a);
     T w[N * N], vv[N * N];
-    for (int k = 0; k < N * N; ++k) w[k] = std::ldexp(a[k], -e);
+    for (int k = 0; k < N * N; ++k)
+        w[k] = std::ldexp(a[k], -e);
     SetIdentity<T, N>(vv);
 
     // Rotate pairs of columns of w until every pair is orthogonal to working precision; then
@@ -237,7 +252,8 @@ int Svd(const T* a, T* u, T* v, T* s, T rel) {
     int order[N];
     for (int p = 0; p < N; ++p) {
         T ss = T(0);
-        for (int i = 0; i < N; ++i) ss += w[i * N + p] * w[i * N + p];
+        for (int i = 0; i < N; ++i)
+            ss += w[i * N + p] * w[i * N + p];
         sigma[p] = std::sqrt(ss);
         order[p] = p;
     }
@@ -247,7 +263,8 @@ int Svd(const T* a, T* u, T* v, T* s, T rel) {
             if (sigma[order[q]] > sigma[order[best]]) best = q;
         if (best != p) {
             const int o = order[best];
-            for (int q = best; q > p; --q) order[q] = order[q - 1];
+            for (int q = best; q > p; --q)
+                order[q] = order[q - 1];
             order[p] = o;
         }
     }
@@ -260,7 +277,8 @@ int Svd(const T* a, T* u, T* v, T* s, T rel) {
         const int o = order[p];
         const T sp = sigma[o];
         if (sp > threshold && sp >= std::numeric_limits<T>::min()) {
-            for (int i = 0; i < N; ++i) uu[i * N + p] = w[i * N + o] / sp;
+            for (int i = 0; i < N; ++i)
+                uu[i * N + p] = w[i * N + o] / sp;
             done[p] = true;
             sorted[p] = sp;
         } else {
@@ -273,11 +291,13 @@ int Svd(const T* a, T* u, T* v, T* s, T rel) {
         done[p] = true;
     }
 
-    for (int p = 0; p < N; ++p) s[p] = std::ldexp(sorted[p], e);
+    for (int p = 0; p < N; ++p)
+        s[p] = std::ldexp(sorted[p], e);
     if (u) Copy<T, N>(uu, u);
     if (v) {
         for (int i = 0; i < N; ++i)
-            for (int p = 0; p < N; ++p) v[i * N + p] = vv[i * N + order[p]];
+            for (int p = 0; p < N; ++p)
+                v[i * N + p] = vv[i * N + order[p]];
     }
     return 1;
 }
@@ -329,7 +349,8 @@ int SymmetricEigen(const T* a, T* values, T* vectors) {
 
     // Ascending order by a stable insertion of the columns.
     int order[N];
-    for (int p = 0; p < N; ++p) order[p] = p;
+    for (int p = 0; p < N; ++p)
+        order[p] = p;
     for (int p = 1; p < N; ++p) {
         const int o = order[p];
         int q = p;
@@ -339,9 +360,11 @@ int SymmetricEigen(const T* a, T* values, T* vectors) {
         }
         order[q] = o;
     }
-    for (int p = 0; p < N; ++p) values[p] = std::ldexp(b[order[p] * (N + 1)], e);
+    for (int p = 0; p < N; ++p)
+        values[p] = std::ldexp(b[order[p] * (N + 1)], e);
     for (int i = 0; i < N; ++i)
-        for (int p = 0; p < N; ++p) vectors[i * N + p] = vv[i * N + order[p]];
+        for (int p = 0; p < N; ++p)
+            vectors[i * N + p] = vv[i * N + order[p]];
     return 1;
 }
 
@@ -354,7 +377,8 @@ int HouseholderQr(const T* a, T* q, T* r, T eps) {
     SetIdentity<T, N>(qq);
     for (int k = 0; k < N - 1; ++k) {
         T scale = T(0);
-        for (int i = k; i < N; ++i) scale = Max(scale, Abs(rr[i * N + k]));
+        for (int i = k; i < N; ++i)
+            scale = Max(scale, Abs(rr[i * N + k]));
         if (scale == T(0)) continue;
         T x[N] = {};
         T below = T(0);
@@ -364,33 +388,42 @@ int HouseholderQr(const T* a, T* q, T* r, T eps) {
         }
         const T norm = std::sqrt(x[k] * x[k] + below);
         if (std::sqrt(below) <= tol * norm) {
-            for (int i = k + 1; i < N; ++i) rr[i * N + k] = T(0);
+            for (int i = k + 1; i < N; ++i)
+                rr[i * N + k] = T(0);
             continue;
         }
         // H = I - 2 v v^T / (v^T v) maps the column to (alpha, 0, ..., 0).
         const T alpha = x[k] >= T(0) ? -norm : norm;
         x[k] -= alpha;
         T vtv = T(0);
-        for (int i = k; i < N; ++i) vtv += x[i] * x[i];
+        for (int i = k; i < N; ++i)
+            vtv += x[i] * x[i];
         for (int j = k + 1; j < N; ++j) {
             T d = T(0);
-            for (int i = k; i < N; ++i) d += x[i] * rr[i * N + j];
+            for (int i = k; i < N; ++i)
+                d += x[i] * rr[i * N + j];
             const T f = T(2) * d / vtv;
-            for (int i = k; i < N; ++i) rr[i * N + j] -= f * x[i];
+            for (int i = k; i < N; ++i)
+                rr[i * N + j] -= f * x[i];
         }
         rr[k * N + k] = alpha * scale;
-        for (int i = k + 1; i < N; ++i) rr[i * N + k] = T(0);
+        for (int i = k + 1; i < N; ++i)
+            rr[i * N + k] = T(0);
         for (int i = 0; i < N; ++i) {
             T d = T(0);
-            for (int l = k; l < N; ++l) d += qq[i * N + l] * x[l];
+            for (int l = k; l < N; ++l)
+                d += qq[i * N + l] * x[l];
             const T f = T(2) * d / vtv;
-            for (int l = k; l < N; ++l) qq[i * N + l] -= f * x[l];
+            for (int l = k; l < N; ++l)
+                qq[i * N + l] -= f * x[l];
         }
     }
     for (int k = 0; k < N; ++k) {
         if (rr[k * N + k] >= T(0)) continue;
-        for (int j = 0; j < N; ++j) rr[k * N + j] = -rr[k * N + j];
-        for (int i = 0; i < N; ++i) qq[i * N + k] = -qq[i * N + k];
+        for (int j = 0; j < N; ++j)
+            rr[k * N + j] = -rr[k * N + j];
+        for (int i = 0; i < N; ++i)
+            qq[i * N + k] = -qq[i * N + k];
     }
     Copy<T, N>(qq, q);
     Copy<T, N>(rr, r);
@@ -399,7 +432,8 @@ int HouseholderQr(const T* a, T* q, T* r, T eps) {
 
 template <class T, int N>
 int DoolittleLu(const T* a, T* l, T* u, T eps) {
-    for (int k = 0; k < N * N; ++k) l[k] = u[k] = T(0);
+    for (int k = 0; k < N * N; ++k)
+        l[k] = u[k] = T(0);
     if (Abs(a[0]) < eps) return 0;
     l[0] = T(1);
     u[0] = a[0];
@@ -410,7 +444,8 @@ int DoolittleLu(const T* a, T* l, T* u, T eps) {
     }
     for (int k = 1; k < N; ++k) {
         T pivot = a[k * N + k];
-        for (int j = 0; j < k; ++j) pivot -= l[k * N + j] * u[j * N + k];
+        for (int j = 0; j < k; ++j)
+            pivot -= l[k * N + j] * u[j * N + k];
         if (Abs(pivot) < eps) return 0;
         u[k * N + k] = pivot;
         for (int i = k + 1; i < N; ++i) {
@@ -435,12 +470,14 @@ int Polar(const T* a, T* q, T* s, int side, T rel) {
     for (int i = 0; i < N; ++i) {
         for (int j = 0; j < N; ++j) {
             T d = T(0);
-            for (int k = 0; k < N; ++k) d += u[i * N + k] * v[j * N + k];
+            for (int k = 0; k < N; ++k)
+                d += u[i * N + k] * v[j * N + k];
             q[i * N + j] = d;
         }
         for (int j = i; j < N; ++j) {
             T d = T(0);
-            for (int k = 0; k < N; ++k) d += w[i * N + k] * sigma[k] * w[j * N + k];
+            for (int k = 0; k < N; ++k)
+                d += w[i * N + k] * sigma[k] * w[j * N + k];
             s[i * N + j] = s[j * N + i] = d;
         }
     }
@@ -452,7 +489,8 @@ int Eigenvalues(const T* a, T* re, T* im) {
     if (!AllFinite<T, N>(a)) return -1;
     const int e = ScaleExponent<T, N>(a);
     T h[N * N];
-    for (int k = 0; k < N * N; ++k) h[k] = std::ldexp(a[k], -e);
+    for (int k = 0; k < N * N; ++k)
+        h[k] = std::ldexp(a[k], -e);
     // One-based access, as the classic statements of these algorithms are written.
     const auto A = [&h](int i, int j) -> T& { return h[(i - 1) * N + (j - 1)]; };
     constexpr int n = N;
@@ -482,8 +520,10 @@ int Eigenvalues(const T* a, T* re, T* im) {
             if ((c + r) / f < T(0.95) * s) {
                 done = false;
                 g = T(1) / f;
-                for (int j = 1; j <= n; ++j) A(i, j) *= g;
-                for (int j = 1; j <= n; ++j) A(j, i) *= f;
+                for (int j = 1; j <= n; ++j)
+                    A(i, j) *= g;
+                for (int j = 1; j <= n; ++j)
+                    A(j, i) *= f;
             }
         }
     }
@@ -516,19 +556,23 @@ int Eigenvalues(const T* a, T* re, T* im) {
                 if (y == T(0)) continue;
                 y /= x;
                 A(i, m - 1) = y;
-                for (int j = m; j <= n; ++j) A(i, j) -= y * A(m, j);
-                for (int j = 1; j <= n; ++j) A(j, m) += y * A(j, i);
+                for (int j = m; j <= n; ++j)
+                    A(i, j) -= y * A(m, j);
+                for (int j = 1; j <= n; ++j)
+                    A(j, m) += y * A(j, i);
             }
         }
     }
     for (int i = 3; i <= n; ++i)
-        for (int j = 1; j <= i - 2; ++j) A(i, j) = T(0);
+        for (int j = 1; j <= i - 2; ++j)
+            A(i, j) = T(0);
 
     // Shifted QR iteration on the Hessenberg matrix (double shift, deflating 1x1 and 2x2 blocks).
     T wr[N + 1], wi[N + 1];
     T anorm = T(0);
     for (int i = 1; i <= n; ++i)
-        for (int j = (i > 1 ? i - 1 : 1); j <= n; ++j) anorm += Abs(A(i, j));
+        for (int j = (i > 1 ? i - 1 : 1); j <= n; ++j)
+            anorm += Abs(A(i, j));
     int nn = n;
     T t = T(0);
     while (nn >= 1) {
@@ -576,7 +620,8 @@ int Eigenvalues(const T* a, T* re, T* im) {
                     if (its == kMaxQrIterations) return -1;
                     if (its % 10 == 0 && its > 0) {
                         t += x;
-                        for (int i = 1; i <= nn; ++i) A(i, i) -= x;
+                        for (int i = 1; i <= nn; ++i)
+                            A(i, i) -= x;
                         const T s = Abs(A(nn, nn - 1)) + Abs(A(nn - 1, nn - 2));
                         y = x = T(0.75) * s;
                         w = T(-0.4375) * s * s;
@@ -670,7 +715,8 @@ int Eigenvalues(const T* a, T* re, T* im) {
     for (int p = 1; p < nr; ++p) {
         const T x = rv[p];
         int q = p;
-        for (; q > 0 && rv[q - 1] > x; --q) rv[q] = rv[q - 1];
+        for (; q > 0 && rv[q - 1] > x; --q)
+            rv[q] = rv[q - 1];
         rv[q] = x;
     }
     for (int p = 1; p < nc; ++p) {
@@ -706,18 +752,22 @@ int RealEigenvectors(const T* a, T* values, T* vectors, T eps) {
     int count = 0;
     for (int g0 = 0; g0 < nr;) {
         int g1 = g0 + 1;
-        while (g1 < nr && re[g1] - re[g1 - 1] <= clusterTolerance) ++g1;
+        while (g1 < nr && re[g1] - re[g1 - 1] <= clusterTolerance)
+            ++g1;
         const int multiplicity = g1 - g0;
         T lambda = T(0);
-        for (int k = g0; k < g1; ++k) lambda += re[k];
+        for (int k = g0; k < g1; ++k)
+            lambda += re[k];
         lambda /= T(multiplicity);
 
         T b[N * N], v[N * N], s[N];
         Copy<T, N>(a, b);
-        for (int i = 0; i < N; ++i) b[i * (N + 1)] -= lambda;
+        for (int i = 0; i < N; ++i)
+            b[i * (N + 1)] -= lambda;
         if (!Svd<T, N>(b, nullptr, v, s, T(0))) return -1;
         int d = 0;
-        for (int k = N - 1; k >= 0 && s[k] <= zeroTolerance; --k) ++d;
+        for (int k = N - 1; k >= 0 && s[k] <= zeroTolerance; --k)
+            ++d;
         if (d < 1) d = 1;
         if (d > multiplicity) d = multiplicity;
         for (int t = 0; t < d; ++t) {
@@ -727,7 +777,8 @@ int RealEigenvectors(const T* a, T* values, T* vectors, T eps) {
                 if (Abs(v[i * N + col]) > Abs(v[big * N + col])) big = i;
             const T sign = v[big * N + col] < T(0) ? T(-1) : T(1);
             values[count] = lambda;
-            for (int i = 0; i < N; ++i) vectors[count * N + i] = sign * v[i * N + col];
+            for (int i = 0; i < N; ++i)
+                vectors[count * N + i] = sign * v[i * N + col];
             ++count;
         }
         g0 = g1;
@@ -742,7 +793,8 @@ int ComplexEigenvector(const T* a, T lre, T lim, T* vre, T* vim, T eps) {
     // Work on the matrix scaled by a power of two, so that products of rows cannot overflow.
     const int e = ScaleExponent<T, N>(a);
     T as[N * N];
-    for (int k = 0; k < N * N; ++k) as[k] = std::ldexp(a[k], -e);
+    for (int k = 0; k < N * N; ++k)
+        as[k] = std::ldexp(a[k], -e);
     const T sre = std::ldexp(lre, -e), sim = std::ldexp(lim, -e);
     Cx<T> m[N * N];
     for (int i = 0; i < N; ++i)
@@ -758,7 +810,8 @@ int ComplexEigenvector(const T* a, T lre, T lim, T* vre, T* vim, T eps) {
     T bigNorm = T(-1);
     for (int i = 0; i < N; ++i) {
         T rn = T(0);
-        for (int j = 0; j < N; ++j) rn += Norm2(m[i * N + j]);
+        for (int j = 0; j < N; ++j)
+            rn += Norm2(m[i * N + j]);
         if (rn > bigNorm) {
             bigNorm = rn;
             bigRow = i;
@@ -823,22 +876,22 @@ int ComplexEigenvector(const T* a, T lre, T lim, T* vre, T* vim, T eps) {
     return 1;
 }
 
-#define ML_FIXED_KERNELS(T, N)                                                                    \
-    template bool AllFinite<T, N>(const T*);                                                       \
-    template T FrobeniusNorm<T, N>(const T*);                                                      \
-    template T Norm<T, N>(const T*, int);                                                          \
-    template int Svd<T, N>(const T*, T*, T*, T*, T);                                               \
-    template int SymmetricEigen<T, N>(const T*, T*, T*);                                           \
-    template int HouseholderQr<T, N>(const T*, T*, T*, T);                                         \
-    template int DoolittleLu<T, N>(const T*, T*, T*, T);                                           \
-    template int Polar<T, N>(const T*, T*, T*, int, T);                                            \
-    template int Eigenvalues<T, N>(const T*, T*, T*);                                              \
+#define ML_FIXED_KERNELS(T, N)                             \
+    template bool AllFinite<T, N>(const T*);               \
+    template T FrobeniusNorm<T, N>(const T*);              \
+    template T Norm<T, N>(const T*, int);                  \
+    template int Svd<T, N>(const T*, T*, T*, T*, T);       \
+    template int SymmetricEigen<T, N>(const T*, T*, T*);   \
+    template int HouseholderQr<T, N>(const T*, T*, T*, T); \
+    template int DoolittleLu<T, N>(const T*, T*, T*, T);   \
+    template int Polar<T, N>(const T*, T*, T*, int, T);    \
+    template int Eigenvalues<T, N>(const T*, T*, T*);      \
     template int RealEigenvectors<T, N>(const T*, T*, T*, T);
-#define ML_FIXED_KERNELS_ALL_SIZES(T)                                                             \
-    ML_FIXED_KERNELS(T, 2)                                                                         \
-    ML_FIXED_KERNELS(T, 3)                                                                         \
-    ML_FIXED_KERNELS(T, 4)                                                                         \
-    template int ComplexEigenvector<T, 2>(const T*, T, T, T*, T*, T);                              \
+#define ML_FIXED_KERNELS_ALL_SIZES(T)                                 \
+    ML_FIXED_KERNELS(T, 2)                                            \
+    ML_FIXED_KERNELS(T, 3)                                            \
+    ML_FIXED_KERNELS(T, 4)                                            \
+    template int ComplexEigenvector<T, 2>(const T*, T, T, T*, T*, T); \
     template int ComplexEigenvector<T, 3>(const T*, T, T, T*, T*, T);
 ML_FOR_EACH_REAL(ML_FIXED_KERNELS_ALL_SIZES)
 #undef ML_FIXED_KERNELS_ALL_SIZES

@@ -375,7 +375,8 @@ int InverseThroughFixed(const CMLMatrixMN<T>& a, CMLMatrixMN<T>& out, T eps) {
     const int code = f.Inverse(inv, eps);
     if (code != 0) return code;
     for (int i = 0; i < Fixed::Size(); ++i)
-        for (int j = 0; j < Fixed::Size(); ++j) out(i, j) = inv(i, j);
+        for (int j = 0; j < Fixed::Size(); ++j)
+            out(i, j) = inv(i, j);
     return 0;
 }
 

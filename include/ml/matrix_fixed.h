@@ -102,11 +102,13 @@ public:
     // Every element 0, or every element v.
     void SetToZero() { SetConstant(T(0)); }
     void SetConstant(T v) {
-        for (int k = 0; k < N * N; ++k) m_data[k] = v;
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] = v;
     }
     // Every diagonal element d, every other element 0.
     void SetDiagonal(T d) {
-        for (int k = 0; k < N * N; ++k) m_data[k] = k % (N + 1) == 0 ? d : T(0);
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] = k % (N + 1) == 0 ? d : T(0);
     }
     // Set, add to, multiply element (i, j).
     void SetElement(int i, int j, T v) { m_data[i * N + j] = v; }
@@ -114,44 +116,55 @@ public:
     void MulElement(int i, int j, T v) { m_data[i * N + j] *= v; }
     // Copy N values into row i or column j; N*N values, row-major, into the whole matrix.
     void SetRow(int i, const T* src) {
-        for (int j = 0; j < N; ++j) m_data[i * N + j] = src[j];
+        for (int j = 0; j < N; ++j)
+            m_data[i * N + j] = src[j];
     }
     void SetColumn(int j, const T* src) {
-        for (int i = 0; i < N; ++i) m_data[i * N + j] = src[i];
+        for (int i = 0; i < N; ++i)
+            m_data[i * N + j] = src[i];
     }
     void SetRowVector(int i, const Vector& v) {
-        for (int j = 0; j < N; ++j) m_data[i * N + j] = v[j];
+        for (int j = 0; j < N; ++j)
+            m_data[i * N + j] = v[j];
     }
     void SetColVector(int j, const Vector& v) {
-        for (int i = 0; i < N; ++i) m_data[i * N + j] = v[i];
+        for (int i = 0; i < N; ++i)
+            m_data[i * N + j] = v[i];
     }
     void Fill(const T* src) {
-        for (int k = 0; k < N * N; ++k) m_data[k] = src[k];
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] = src[k];
     }
     // Copy out row i, column j, or all N*N elements row-major.
     void Row(int i, T* dst) const {
-        for (int j = 0; j < N; ++j) dst[j] = m_data[i * N + j];
+        for (int j = 0; j < N; ++j)
+            dst[j] = m_data[i * N + j];
     }
     void Column(int j, T* dst) const {
-        for (int i = 0; i < N; ++i) dst[i] = m_data[i * N + j];
+        for (int i = 0; i < N; ++i)
+            dst[i] = m_data[i * N + j];
     }
     void Dump(T* dst) const {
-        for (int k = 0; k < N * N; ++k) dst[k] = m_data[k];
+        for (int k = 0; k < N * N; ++k)
+            dst[k] = m_data[k];
     }
     // The diagonal, row i, column j, the last row and the last column as vectors of N.
     Vector Diagonal() const {
         Vector v;
-        for (int i = 0; i < N; ++i) v[i] = m_data[i * (N + 1)];
+        for (int i = 0; i < N; ++i)
+            v[i] = m_data[i * (N + 1)];
         return v;
     }
     Vector RowVector(int i) const {
         Vector v;
-        for (int j = 0; j < N; ++j) v[j] = m_data[i * N + j];
+        for (int j = 0; j < N; ++j)
+            v[j] = m_data[i * N + j];
         return v;
     }
     Vector ColVector(int j) const {
         Vector v;
-        for (int i = 0; i < N; ++i) v[i] = m_data[i * N + j];
+        for (int i = 0; i < N; ++i)
+            v[i] = m_data[i * N + j];
         return v;
     }
     Vector LastRow() const { return RowVector(N - 1); }
@@ -162,19 +175,23 @@ public:
     // Element by element.
     M operator+(const M& b) const {
         M r(NoInit{});
-        for (int k = 0; k < N * N; ++k) r.m_data[k] = m_data[k] + b.m_data[k];
+        for (int k = 0; k < N * N; ++k)
+            r.m_data[k] = m_data[k] + b.m_data[k];
         return r;
     }
     M operator-(const M& b) const {
         M r(NoInit{});
-        for (int k = 0; k < N * N; ++k) r.m_data[k] = m_data[k] - b.m_data[k];
+        for (int k = 0; k < N * N; ++k)
+            r.m_data[k] = m_data[k] - b.m_data[k];
         return r;
     }
     void Add(const M& b) {
-        for (int k = 0; k < N * N; ++k) m_data[k] += b.m_data[k];
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] += b.m_data[k];
     }
     void Sub(const M& b) {
-        for (int k = 0; k < N * N; ++k) m_data[k] -= b.m_data[k];
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] -= b.m_data[k];
     }
     M& operator+=(const M& b) {
         Add(b);
@@ -187,19 +204,23 @@ public:
     // Every element times or divided by s (the division is not guarded).
     M operator*(T s) const {
         M r(NoInit{});
-        for (int k = 0; k < N * N; ++k) r.m_data[k] = m_data[k] * s;
+        for (int k = 0; k < N * N; ++k)
+            r.m_data[k] = m_data[k] * s;
         return r;
     }
     M operator/(T s) const {
         M r(NoInit{});
-        for (int k = 0; k < N * N; ++k) r.m_data[k] = m_data[k] / s;
+        for (int k = 0; k < N * N; ++k)
+            r.m_data[k] = m_data[k] / s;
         return r;
     }
     void Mul(T s) {
-        for (int k = 0; k < N * N; ++k) m_data[k] *= s;
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] *= s;
     }
     void Div(T s) {
-        for (int k = 0; k < N * N; ++k) m_data[k] /= s;
+        for (int k = 0; k < N * N; ++k)
+            m_data[k] /= s;
     }
     // The scalar is read once, so `m /= m(0, 0)` divides every element by the original value.
     M& operator*=(const T& s) {
@@ -243,7 +264,8 @@ public:
         } else {
             for (int i = 0; i < N; ++i) {
                 T s = m_data[i * N] * x[0];
-                for (int k = 1; k < N; ++k) s += m_data[i * N + k] * x[k];
+                for (int k = 1; k < N; ++k)
+                    s += m_data[i * N + k] * x[k];
                 y[i] = s;
             }
         }
@@ -260,31 +282,36 @@ public:
             return r;
         }
         r.Fill(m_data);
-        for (int k = 1; k < n; ++k) r.PostMultiply(Self());
+        for (int k = 1; k < n; ++k)
+            r.PostMultiply(Self());
         return r;
     }
     M& operator^=(int n) { return Self() = Self() ^ n; }
     // Every element negated; the transpose. Both return new matrices.
     M Negate() const {
         M r(NoInit{});
-        for (int k = 0; k < N * N; ++k) r.m_data[k] = -m_data[k];
+        for (int k = 0; k < N * N; ++k)
+            r.m_data[k] = -m_data[k];
         return r;
     }
     M Transpose() const {
         M r(NoInit{});
         for (int i = 0; i < N; ++i)
-            for (int j = 0; j < N; ++j) r.m_data[j * N + i] = m_data[i * N + j];
+            for (int j = 0; j < N; ++j)
+                r.m_data[j * N + i] = m_data[i * N + j];
         return r;
     }
     // Sum of the diagonal; mean of the N*N elements.
     T Trace() const {
         T s = m_data[0];
-        for (int i = 1; i < N; ++i) s += m_data[i * (N + 1)];
+        for (int i = 1; i < N; ++i)
+            s += m_data[i * (N + 1)];
         return s;
     }
     T Mean() const {
         T s = m_data[0];
-        for (int k = 1; k < N * N; ++k) s += m_data[k];
+        for (int k = 1; k < N * N; ++k)
+            s += m_data[k];
         return s / T(N * N);
     }
     // 1 when every element pair differs by at most P (1e-9 for double, 1e-7 for float) in
@@ -428,7 +455,8 @@ public:
         for (int i = 0; i < N; ++i)
             for (int j = 0; j < N; ++j) {
                 T s = m_data[i * N] * m_data[j * N];
-                for (int k = 1; k < N; ++k) s += m_data[i * N + k] * m_data[j * N + k];
+                for (int k = 1; k < N; ++k)
+                    s += m_data[i * N + k] * m_data[j * N + k];
                 if (!(std::fabs(s - (i == j ? T(1) : T(0))) <= eps)) return 0;
             }
         return 1;
@@ -441,7 +469,8 @@ public:
     // Sum of this(i, j) * b(i, j).
     T InnerProduct(const M& b) const {
         T s = m_data[0] * b.m_data[0];
-        for (int k = 1; k < N * N; ++k) s += m_data[k] * b.m_data[k];
+        for (int k = 1; k < N * N; ++k)
+            s += m_data[k] * b.m_data[k];
         return s;
     }
     // Pearson correlation of the N*N element pairs; 0 when either matrix has no spread (the
@@ -462,7 +491,8 @@ public:
     // this - lambda * identity.
     M GetCharacteristicsMatrix(T lambda) const {
         M r = Self();
-        for (int i = 0; i < N; ++i) r.m_data[i * (N + 1)] -= lambda;
+        for (int i = 0; i < N; ++i)
+            r.m_data[i * (N + 1)] -= lambda;
         return r;
     }
     // The diagonal into d.
@@ -475,7 +505,8 @@ public:
         for (int i = 0; i < N; ++i)
             if (std::fabs(m_data[i * (N + 1)]) < eps) return 0;
         T r[N * N];
-        for (int k = 0; k < N * N; ++k) r[k] = k % (N + 1) == 0 ? T(1) / m_data[k] : T(0);
+        for (int k = 0; k < N * N; ++k)
+            r[k] = k % (N + 1) == 0 ? T(1) / m_data[k] : T(0);
         out.Fill(r);
         return 1;
     }
@@ -520,7 +551,8 @@ protected:
         for (int i = 0; i < N - 1; ++i)
             for (int j = 0; j < N - 1; ++j) {
                 T s = T(0);
-                for (int k = 0; k < N - 1; ++k) s += m_data[i * N + k] * m_data[j * N + k];
+                for (int k = 0; k < N - 1; ++k)
+                    s += m_data[i * N + k] * m_data[j * N + k];
                 if (!(std::fabs(s - (i == j ? T(1) : T(0))) <= eps)) return 0;
             }
         return std::fabs(det - T(1)) <= eps ? 1 : 0;
@@ -537,7 +569,8 @@ protected:
             }
             r[i * N + N - 1] = t;
         }
-        for (int j = 0; j < N; ++j) r[(N - 1) * N + j] = j == N - 1 ? T(1) : T(0);
+        for (int j = 0; j < N; ++j)
+            r[(N - 1) * N + j] = j == N - 1 ? T(1) : T(0);
         out.Fill(r);
     }
 
@@ -557,12 +590,15 @@ protected:
     static void Multiply(const T* a, const T* b, T* c) {
         for (int i = 0; i < N; ++i) {
             T acc[N];
-            for (int j = 0; j < N; ++j) acc[j] = a[i * N] * b[j];
+            for (int j = 0; j < N; ++j)
+                acc[j] = a[i * N] * b[j];
             for (int k = 1; k < N; ++k) {
                 const T aik = a[i * N + k];
-                for (int j = 0; j < N; ++j) acc[j] += aik * b[k * N + j];
+                for (int j = 0; j < N; ++j)
+                    acc[j] += aik * b[k * N + j];
             }
-            for (int j = 0; j < N; ++j) c[i * N + j] = acc[j];
+            for (int j = 0; j < N; ++j)
+                c[i * N + j] = acc[j];
         }
     }
 
@@ -601,7 +637,8 @@ protected:
         }
 #endif
         for (int i = 0; i < 4; ++i)
-            y[i] = (m[4 * i] * x[0] + m[4 * i + 2] * x[2]) + (m[4 * i + 1] * x[1] + m[4 * i + 3] * x[3]);
+            y[i] = (m[4 * i] * x[0] + m[4 * i + 2] * x[2]) +
+                   (m[4 * i + 1] * x[1] + m[4 * i + 3] * x[3]);
     }
 
     // The 2x2 minors of a 4x4: s from rows 0 and 1, c from rows 2 and 3 (columns 01, 02, 03,
@@ -736,10 +773,10 @@ public:
     CMLMatrix3(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
 
     using Base::Inverse;
-    using Base::SolveSystem;
-    using Base::IsTranslation;
-    using Base::IsCoordinateMatrix;
     using Base::InverseCoordinateMatrix;
+    using Base::IsCoordinateMatrix;
+    using Base::IsTranslation;
+    using Base::SolveSystem;
 
     T Norm(mlMatrixNorm norm) const;
     int Inverse(CMLMatrix3& out, mlMatrixNorm norm, T eps, T& condition) const;
@@ -834,10 +871,10 @@ public:
     CMLMatrix4(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
 
     using Base::Inverse;
-    using Base::SolveSystem;
-    using Base::IsTranslation;
-    using Base::IsCoordinateMatrix;
     using Base::InverseCoordinateMatrix;
+    using Base::IsCoordinateMatrix;
+    using Base::IsTranslation;
+    using Base::SolveSystem;
 
     T Norm(mlMatrixNorm norm) const;
     int Inverse(CMLMatrix4& out, mlMatrixNorm norm, T eps, T& condition) const;
@@ -915,7 +952,8 @@ template <class T>
 inline ML_API CMLMatrix3<T> mlMatrix4To3(const CMLMatrix4<T>& m) {
     CMLMatrix3<T> r;
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) r(i, j) = m(i, j);
+        for (int j = 0; j < 3; ++j)
+            r(i, j) = m(i, j);
     return r;
 }
 // A 4x4 with m as its upper-left block, 1 at (3,3) and 0 elsewhere: a plain embedding (a 2D
@@ -924,7 +962,8 @@ template <class T>
 inline ML_API CMLMatrix4<T> mlMatrix3To4(const CMLMatrix3<T>& m) {
     CMLMatrix4<T> r;
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) r(i, j) = m(i, j);
+        for (int j = 0; j < 3; ++j)
+            r(i, j) = m(i, j);
     r(3, 3) = T(1);
     return r;
 }
@@ -933,7 +972,8 @@ template <class T>
 inline ML_API CMLMatrix2<T> mlMatrix3To2(const CMLMatrix3<T>& m) {
     CMLMatrix2<T> r;
     for (int i = 0; i < 2; ++i)
-        for (int j = 0; j < 2; ++j) r(i, j) = m(i, j);
+        for (int j = 0; j < 2; ++j)
+            r(i, j) = m(i, j);
     return r;
 }
 // A 3x3 with m as its upper-left block, 1 at (2,2) and 0 elsewhere.
@@ -941,7 +981,8 @@ template <class T>
 inline ML_API CMLMatrix3<T> mlMatrix2To3(const CMLMatrix2<T>& m) {
     CMLMatrix3<T> r;
     for (int i = 0; i < 2; ++i)
-        for (int j = 0; j < 2; ++j) r(i, j) = m(i, j);
+        for (int j = 0; j < 2; ++j)
+            r(i, j) = m(i, j);
     r(2, 2) = T(1);
     return r;
 }
@@ -971,16 +1012,16 @@ inline ML_API int mlAreAlmostEqual(const CMLMatrix4<T>& a, const CMLMatrix4<T>& 
 
 // Every instantiation of the family for one element type T, as one list: the header declares them
 // (`extern template`), the source defines them (`template`).
-#define ML_MATRIX_FIXED_INSTANCES(KW, T)                                                          \
-    KW class CMLMatrix2<T>;                                                                        \
-    KW class CMLMatrix3<T>;                                                                        \
-    KW class CMLMatrix4<T>;                                                                        \
-    KW ML_API CMLMatrix3<T> mlMatrix4To3<T>(const CMLMatrix4<T>&);                                 \
-    KW ML_API CMLMatrix4<T> mlMatrix3To4<T>(const CMLMatrix3<T>&);                                 \
-    KW ML_API CMLMatrix2<T> mlMatrix3To2<T>(const CMLMatrix3<T>&);                                 \
-    KW ML_API CMLMatrix3<T> mlMatrix2To3<T>(const CMLMatrix2<T>&);                                 \
-    KW ML_API int mlAreAlmostEqual<T>(const CMLMatrix2<T>&, const CMLMatrix2<T>&, T);              \
-    KW ML_API int mlAreAlmostEqual<T>(const CMLMatrix3<T>&, const CMLMatrix3<T>&, T);              \
+#define ML_MATRIX_FIXED_INSTANCES(KW, T)                                              \
+    KW class CMLMatrix2<T>;                                                           \
+    KW class CMLMatrix3<T>;                                                           \
+    KW class CMLMatrix4<T>;                                                           \
+    KW ML_API CMLMatrix3<T> mlMatrix4To3<T>(const CMLMatrix4<T>&);                    \
+    KW ML_API CMLMatrix4<T> mlMatrix3To4<T>(const CMLMatrix3<T>&);                    \
+    KW ML_API CMLMatrix2<T> mlMatrix3To2<T>(const CMLMatrix3<T>&);                    \
+    KW ML_API CMLMatrix3<T> mlMatrix2To3<T>(const CMLMatrix2<T>&);                    \
+    KW ML_API int mlAreAlmostEqual<T>(const CMLMatrix2<T>&, const CMLMatrix2<T>&, T); \
+    KW ML_API int mlAreAlmostEqual<T>(const CMLMatrix3<T>&, const CMLMatrix3<T>&, T); \
     KW ML_API int mlAreAlmostEqual<T>(const CMLMatrix4<T>&, const CMLMatrix4<T>&, T);
 
 #define ML_MATRIX_FIXED_EXTERN(T) ML_MATRIX_FIXED_INSTANCES(extern template, T)

@@ -24,8 +24,8 @@ TYPED_TEST_SUITE(Decomposition, AllMatrices);
 
 template <class M>
 class Eigen23 : public ::testing::Test {};
-using SmallMatrices = ::testing::Types<CMLMatrix2<float>, CMLMatrix2<double>, CMLMatrix3<float>,
-                                       CMLMatrix3<double>>;
+using SmallMatrices =
+    ::testing::Types<CMLMatrix2<float>, CMLMatrix2<double>, CMLMatrix3<float>, CMLMatrix3<double>>;
 TYPED_TEST_SUITE(Eigen23, SmallMatrices);
 
 template <class T>
@@ -49,7 +49,8 @@ M RandomOrthogonal(unsigned seed) {
 template <class M>
 M DiagOf(const typename M::Vector& d) {
     M m;
-    for (int i = 0; i < kN<M>; ++i) m(i, i) = d[i];
+    for (int i = 0; i < kN<M>; ++i)
+        m(i, i) = d[i];
     return m;
 }
 
@@ -59,7 +60,8 @@ M RankOne(unsigned seed) {
     const M r = Random<M>(seed);
     M m;
     for (int i = 0; i < kN<M>; ++i)
-        for (int j = 0; j < kN<M>; ++j) m(i, j) = r(i, 0) * r(1, j);
+        for (int j = 0; j < kN<M>; ++j)
+            m(i, j) = r(i, 0) * r(1, j);
     return m;
 }
 
@@ -89,12 +91,14 @@ void ExpectSvdContract(const M& a, Elem<M> eps, Elem<M> relTol) {
     EXPECT_LT(MaxAbsDiff(u * DiagOf<M>(s) * v.Transpose(), a) / scale, relTol);
     typename M::Vector alone;
     ASSERT_EQ(a.CalculateSingularNumbers(alone), 1);
-    for (int i = 0; i < kN<M>; ++i) EXPECT_NEAR(alone[i] / scale, s[i] / scale, relTol);
+    for (int i = 0; i < kN<M>; ++i)
+        EXPECT_NEAR(alone[i] / scale, s[i] / scale, relTol);
 }
 
 TYPED_TEST(Decomposition, SvdOfRandomMatrices) {
     using M = TypeParam;
-    for (unsigned seed = 100; seed < 120; ++seed) ExpectSvdContract(Random<M>(seed), Elem<M>(0), 50 * Eps<M>());
+    for (unsigned seed = 100; seed < 120; ++seed)
+        ExpectSvdContract(Random<M>(seed), Elem<M>(0), 50 * Eps<M>());
 }
 
 TYPED_TEST(Decomposition, SvdOfHardInputs) {
@@ -106,7 +110,8 @@ TYPED_TEST(Decomposition, SvdOfHardInputs) {
     ExpectSvdContract(RandomOrthogonal<M>(122), T(0), tol);  // all singular values 1
     ExpectSvdContract(Identity<M>() * T(-3), T(0), tol);
     M zeroColumn = Random<M>(123);
-    for (int i = 0; i < kN<M>; ++i) zeroColumn(i, 1) = T(0);
+    for (int i = 0; i < kN<M>; ++i)
+        zeroColumn(i, 1) = T(0);
     ExpectSvdContract(zeroColumn, T(0), tol);
     ExpectSvdContract(Random<M>(124) * T(std::is_same_v<T, float> ? 1e30 : 1e250), T(0), tol);
     ExpectSvdContract(Random<M>(125) * T(std::is_same_v<T, float> ? 1e-30 : 1e-250), T(0), tol);
@@ -119,7 +124,8 @@ TYPED_TEST(Decomposition, SvdZeroesSingularValuesBelowTheRelativeThreshold) {
     M u, v;
     typename M::Vector s;
     ASSERT_EQ(a.SV_Decomposition(u, v, s, T(1e-2)), 1);
-    for (int i = 1; i < kN<M>; ++i) EXPECT_EQ(s[i], T(0));
+    for (int i = 1; i < kN<M>; ++i)
+        EXPECT_EQ(s[i], T(0));
     EXPECT_GT(s[0], T(0));
     EXPECT_LT(OrthogonalityError(u), 50 * Eps<M>());  // completed to an orthonormal basis
     EXPECT_LT(MaxAbsDiff(u * DiagOf<M>(s) * v.Transpose(), a), T(1e-2) * s[0] * T(kN<M>));
@@ -175,7 +181,8 @@ TYPED_TEST(Decomposition, NonFiniteInputIsRejected) {
     EXPECT_EQ(sym.IsPositive(T(0)), 0);
 }
 
-// ---- Rank and condition ---------------------------------------------------------------------------
+// ---- Rank and condition
+// ---------------------------------------------------------------------------
 
 TYPED_TEST(Decomposition, RankOfStructuredMatrices) {
     using M = TypeParam;
@@ -208,14 +215,15 @@ TYPED_TEST(Decomposition, ConditionNumbers) {
     const M a = Random<M>(133) + id * T(2);
     M inv;
     ASSERT_EQ(a.Inverse(inv, T(0)), 0);
-    EXPECT_NEAR(a.ConditionNumber(mlNormRowSum) /
-                    (a.Norm(mlNormRowSum) * inv.Norm(mlNormRowSum)), T(1), Tol<T>());
+    EXPECT_NEAR(a.ConditionNumber(mlNormRowSum) / (a.Norm(mlNormRowSum) * inv.Norm(mlNormRowSum)),
+                T(1), Tol<T>());
     EXPECT_GE(a.ConditionNumber(mlNormSpectral), T(1));
     EXPECT_EQ(RankOne<M>(134).ConditionNumber(mlNormSpectral), mlBigValue<T>);
     EXPECT_EQ(M().ConditionNumber(mlNormRowSum), mlBigValue<T>);
 }
 
-// ---- Polar, QR, LU -------------------------------------------------------------------------------
+// ---- Polar, QR, LU
+// -------------------------------------------------------------------------------
 
 TYPED_TEST(Decomposition, PolarBothSides) {
     using M = TypeParam;
@@ -259,15 +267,17 @@ TYPED_TEST(Decomposition, HouseholderQr) {
     using T = Elem<M>;
     const T tol = 50 * Eps<M>();
     M zeroColumn = Random<M>(142);
-    for (int i = 0; i < kN<M>; ++i) zeroColumn(i, 0) = T(0);
-    const M inputs[] = {Random<M>(143), RankOne<M>(144), zeroColumn, M(), Identity<M>() * T(-2),
-                        Random<M>(145) * T(1e20)};
+    for (int i = 0; i < kN<M>; ++i)
+        zeroColumn(i, 0) = T(0);
+    const M inputs[] = {Random<M>(143),        RankOne<M>(144),         zeroColumn, M(),
+                        Identity<M>() * T(-2), Random<M>(145) * T(1e20)};
     for (const M& a : inputs) {
         M q, r;
         ASSERT_EQ(a.QR_Decomposition(q, r, T(0)), 1);
         EXPECT_LT(OrthogonalityError(q), tol);
         EXPECT_EQ(r.IsURTriangular(T(0)), 1);
-        for (int i = 0; i < kN<M>; ++i) EXPECT_GE(r(i, i), T(0));
+        for (int i = 0; i < kN<M>; ++i)
+            EXPECT_GE(r(i, i), T(0));
         EXPECT_LT(MaxAbsDiff(q * r, a) / std::fmax(T(1), MaxAbs(a)), tol);
     }
     // A column already zero below the diagonal within eps is not reflected.
@@ -289,7 +299,8 @@ TYPED_TEST(Decomposition, DoolittleLuWithoutRowExchanges) {
     ASSERT_EQ(a.LU_Decomposition(l, u, T(1e-6)), 1);
     EXPECT_EQ(l.IsLLTriangular(T(0)), 1);
     EXPECT_EQ(u.IsURTriangular(T(0)), 1);
-    for (int i = 0; i < kN<M>; ++i) EXPECT_EQ(l(i, i), T(1));
+    for (int i = 0; i < kN<M>; ++i)
+        EXPECT_EQ(l(i, i), T(1));
     EXPECT_LT(MaxAbsDiff(l * u, a), 20 * Tol<T>());
 
     // A zero leading element fails at once, although the matrix is regular; the outputs are
@@ -322,7 +333,8 @@ void ExpectSymmetricContract(const M& a, Elem<M> tol) {
     ASSERT_EQ(a.SymmetricEigensolve(w, v, T(0)), 1);
     const T scale = std::fmax(std::numeric_limits<T>::min(), MaxAbs(a));
     EXPECT_LT(OrthogonalityError(v), tol);
-    for (int i = 1; i < kN<M>; ++i) EXPECT_LE(w[i - 1], w[i]);
+    for (int i = 1; i < kN<M>; ++i)
+        EXPECT_LE(w[i - 1], w[i]);
     EXPECT_LT(MaxAbsDiff(a * v, v * DiagOf<M>(w)) / scale, tol);
     M vectors, values;
     ASSERT_EQ(a.SpectralDecomposition(vectors, values, 0, T(0)), 1);
@@ -346,12 +358,14 @@ TYPED_TEST(Decomposition, SymmetricEigensolveContract) {
     const M repeated = q * d * q.Transpose();
     M sym = repeated;
     for (int i = 0; i < kN<M>; ++i)
-        for (int j = 0; j < i; ++j) sym(i, j) = sym(j, i);
+        for (int j = 0; j < i; ++j)
+            sym(i, j) = sym(j, i);
     ExpectSymmetricContract(sym, tol);
     typename M::Vector w;
     M v;
     ASSERT_EQ(sym.SymmetricEigensolve(w, v, T(0)), 1);
-    for (int i = 0; i + 1 < kN<M>; ++i) EXPECT_NEAR(w[i], T(2), 20 * Tol<T>());
+    for (int i = 0; i + 1 < kN<M>; ++i)
+        EXPECT_NEAR(w[i], T(2), 20 * Tol<T>());
     EXPECT_NEAR(w[kN<M> - 1], T(5), 20 * Tol<T>());
     const M r = Random<M>(161);
     ExpectSymmetricContract<M>((r + r.Transpose()) * T(std::is_same_v<T, float> ? 1e-30 : 1e-280),
@@ -396,7 +410,8 @@ TYPED_TEST(Decomposition, SymmetricRequirementsAndPositivity) {
     EXPECT_EQ(b(0, 0), T(-1));
 }
 
-// ---- General eigenproblems (2x2 and 3x3) ---------------------------------------------------------
+// ---- General eigenproblems (2x2 and 3x3)
+// ---------------------------------------------------------
 
 template <class T>
 std::complex<T> C(const CMLComplex<T>& z) {
@@ -459,7 +474,9 @@ TYPED_TEST(Eigen23, EigenvaluesOfHardInputs) {
     EXPECT_EQ(ExpectEigenvalueContract(scaled, values, tol), kN<M>);
     EXPECT_NEAR(values[0].Real(), T(0), 10 * tol);
     EXPECT_NEAR(values[kN<M> - 1].Real(), T(2), 10 * tol);
-    EXPECT_EQ(ExpectEigenvalueContract(Random<M>(201) * T(std::is_same_v<T, float> ? 1e10 : 1e50), values, tol * T(10)) >= 0, true);
+    EXPECT_EQ(ExpectEigenvalueContract(Random<M>(201) * T(std::is_same_v<T, float> ? 1e10 : 1e50),
+                                       values, tol * T(10)) >= 0,
+              true);
     values[0].Set(T(4), T(4));
     EXPECT_EQ(WithNaN(Identity<M>()).FindEigenvalues(values), -1);
     EXPECT_EQ(values[0].Real(), T(4));
@@ -483,7 +500,8 @@ TYPED_TEST(Eigen3, KnownEigenvalues) {
     CMLComplex<T> v3[3];
     // Companion matrix of (x - 1)(x - 2)(x - 3).
     EXPECT_EQ(Make<CMLMatrix3<T>>({6, -11, 6, 1, 0, 0, 0, 1, 0}).FindEigenvalues(v3), 3);
-    for (int k = 0; k < 3; ++k) EXPECT_NEAR(v3[k].Real(), T(k + 1), 100 * tol);
+    for (int k = 0; k < 3; ++k)
+        EXPECT_NEAR(v3[k].Real(), T(k + 1), 100 * tol);
     // A quarter turn about Z, scaled by 2: 2 and +-2i.
     EXPECT_EQ(Make<CMLMatrix3<T>>({0, -2, 0, 2, 0, 0, 0, 0, 2}).FindEigenvalues(v3), 1);
     EXPECT_NEAR(v3[0].Real(), T(2), tol);
@@ -507,7 +525,8 @@ TYPED_TEST(Eigen3, NilpotentMatricesConverge) {
         ASSERT_EQ(a.Det(), T(0));
         CMLComplex<T> values[3];
         ASSERT_GE(a.FindEigenvalues(values), 0);
-        for (int k = 0; k < 3; ++k) EXPECT_LT(std::abs(C(values[k])), tol * MaxAbs(a));
+        for (int k = 0; k < 3; ++k)
+            EXPECT_LT(std::abs(C(values[k])), tol * MaxAbs(a));
     }
 }
 
@@ -574,7 +593,8 @@ void ExpectComplexVector(const M& a, const CMLComplex<Elem<M>>& value, Elem<M> t
     int big = 0;
     for (int i = 0; i < kN<M>; ++i) {
         std::complex<T> s = 0;
-        for (int j = 0; j < kN<M>; ++j) s += a(i, j) * std::complex<T>(re[j], im[j]);
+        for (int j = 0; j < kN<M>; ++j)
+            s += a(i, j) * std::complex<T>(re[j], im[j]);
         EXPECT_LT(std::abs(s - lambda * std::complex<T>(re[i], im[i])), tol);
         norm += re[i] * re[i] + im[i] * im[i];
         if (std::abs(std::complex<T>(re[i], im[i])) > std::abs(std::complex<T>(re[big], im[big])))
@@ -593,7 +613,8 @@ TYPED_TEST(Eigen23, ComplexEigenvectors) {
         const M a = Random<M>(seed);
         CMLComplex<T> values[kN<M>];
         ASSERT_GE(a.FindEigenvalues(values), 0);
-        for (int k = 0; k < kN<M>; ++k) ExpectComplexVector(a, values[k], tol);
+        for (int k = 0; k < kN<M>; ++k)
+            ExpectComplexVector(a, values[k], tol);
     }
     // A repeated eigenvalue with a plane of eigenvectors, and the zero matrix.
     M d = Identity<M>() * T(2);
@@ -605,7 +626,8 @@ TYPED_TEST(Eigen23, ComplexEigenvectors) {
     CMLComplex<T> values[kN<M>];
     ASSERT_GE(huge.FindEigenvalues(values), 0);
     typename M::Vector hr, hi;
-    for (int k = 0; k < kN<M>; ++k) EXPECT_EQ(huge.FindEigenvectorComplex(values[k], hr, hi, tol), 1);
+    for (int k = 0; k < kN<M>; ++k)
+        EXPECT_EQ(huge.FindEigenvectorComplex(values[k], hr, hi, tol), 1);
     // Not an eigenvalue: 0 and the outputs unchanged.
     typename M::Vector re(T(3)), im(T(3));
     EXPECT_EQ(Identity<M>().FindEigenvectorComplex(CMLComplex<T>(1, 0.5), re, im, tol), 0);

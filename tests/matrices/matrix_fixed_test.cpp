@@ -34,7 +34,8 @@ M NaiveProduct(const M& a, const M& b) {
     for (int i = 0; i < kN<M>; ++i)
         for (int j = 0; j < kN<M>; ++j) {
             Elem<M> s = a(i, 0) * b(0, j);
-            for (int k = 1; k < kN<M>; ++k) s += a(i, k) * b(k, j);
+            for (int k = 1; k < kN<M>; ++k)
+                s += a(i, k) * b(k, j);
             r(i, j) = s;
         }
     return r;
@@ -89,10 +90,12 @@ TYPED_TEST(FixedMatrixTyped, ArrayConstructorReadsRowMajor) {
     using M = TypeParam;
     using T = Elem<M>;
     T src[16];
-    for (int k = 0; k < 16; ++k) src[k] = T(k + 1);
+    for (int k = 0; k < 16; ++k)
+        src[k] = T(k + 1);
     const M m(src);
     for (int i = 0; i < kN<M>; ++i)
-        for (int j = 0; j < kN<M>; ++j) EXPECT_EQ(m(i, j), T(i * kN<M> + j + 1));
+        for (int j = 0; j < kN<M>; ++j)
+            EXPECT_EQ(m(i, j), T(i * kN<M> + j + 1));
 }
 
 // ---- Setters and getters ----------------------------------------------------------------------
@@ -104,11 +107,13 @@ TYPED_TEST(FixedMatrixTyped, Setters) {
     M m = Random<M>(3);
     m.SetDiagonal(T(5));
     for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) EXPECT_EQ(m(i, j), i == j ? T(5) : T(0));
+        for (int j = 0; j < n; ++j)
+            EXPECT_EQ(m(i, j), i == j ? T(5) : T(0));
     m.Unit();
     EXPECT_EQ(m, Identity<M>());
     m.SetConstant(T(-2));
-    for (int k = 0; k < n * n; ++k) EXPECT_EQ(m[k], T(-2));
+    for (int k = 0; k < n * n; ++k)
+        EXPECT_EQ(m[k], T(-2));
     m.SetToZero();
     EXPECT_EQ(m, M());
 
@@ -121,13 +126,17 @@ TYPED_TEST(FixedMatrixTyped, Setters) {
     T row[4] = {1, 2, 3, 4}, col[4] = {5, 6, 7, 8};
     m.SetRow(0, row);
     m.SetColumn(n - 1, col);
-    for (int j = 0; j < n - 1; ++j) EXPECT_EQ(m(0, j), row[j]);
-    for (int i = 0; i < n; ++i) EXPECT_EQ(m(i, n - 1), col[i]);
+    for (int j = 0; j < n - 1; ++j)
+        EXPECT_EQ(m(0, j), row[j]);
+    for (int i = 0; i < n; ++i)
+        EXPECT_EQ(m(i, n - 1), col[i]);
     T out[16];
     m.Row(0, out);
-    for (int j = 0; j < n; ++j) EXPECT_EQ(out[j], m(0, j));
+    for (int j = 0; j < n; ++j)
+        EXPECT_EQ(out[j], m(0, j));
     m.Column(n - 1, out);
-    for (int i = 0; i < n; ++i) EXPECT_EQ(out[i], col[i]);
+    for (int i = 0; i < n; ++i)
+        EXPECT_EQ(out[i], col[i]);
 
     const M r = Random<M>(4);
     r.Dump(out);
@@ -135,7 +144,8 @@ TYPED_TEST(FixedMatrixTyped, Setters) {
     EXPECT_EQ(MaxAbsDiff(m, r), 0);
 
     typename M::Vector v;
-    for (int i = 0; i < n; ++i) v[i] = T(10 + i);
+    for (int i = 0; i < n; ++i)
+        v[i] = T(10 + i);
     m.SetRowVector(1, v);
     m.SetColVector(0, v);
     EXPECT_EQ(m.RowVector(1)[n - 1], T(10 + n - 1));
@@ -155,7 +165,8 @@ TEST(FixedMatrixGetters, LeadingDiagonals) {
     const auto m3 = Make<CMLMatrix3<double>>({1, 2, 3, 4, 5, 6, 7, 8, 9});
     EXPECT_EQ(m3.Diagonal2(), CMLVector2<double>(1, 5));
     CMLMatrix4<double> m4;
-    for (int k = 0; k < 16; ++k) m4[k] = k;
+    for (int k = 0; k < 16; ++k)
+        m4[k] = k;
     EXPECT_EQ(m4.Diagonal3(), CMLVector3<double>(0, 5, 10));
 }
 
@@ -174,7 +185,8 @@ TEST(FixedMatrixBlocks, FillAndDumpPart) {
     EXPECT_EQ(m(1, 2), 6);
     double out[6] = {};
     m.DumpPart(0, 0, 1, 2, out, 0);
-    for (int k = 0; k < 6; ++k) EXPECT_EQ(out[k], src[k]);
+    for (int k = 0; k < 6; ++k)
+        EXPECT_EQ(out[k], src[k]);
     m.DumpPart(1, 1, 2, 3, out, 1);
     EXPECT_EQ(out[3], 4);
 
@@ -194,7 +206,8 @@ TEST(FixedMatrixBlocks, CopyPartRowAndColumn) {
     const auto src = Random<CMLMatrix4<double>>(5);
     m.CopyPartRow(0, 2, 1, 3, src);
     EXPECT_EQ(m(0, 0), 0);
-    for (int j = 1; j <= 3; ++j) EXPECT_EQ(m(0, j), src(2, j));
+    for (int j = 1; j <= 3; ++j)
+        EXPECT_EQ(m(0, j), src(2, j));
     m.CopyPartColumn(3, 1, 2, 3, src);
     EXPECT_EQ(m(1, 3), 0);
     EXPECT_EQ(m(2, 3), src(2, 1));
@@ -247,15 +260,18 @@ TYPED_TEST(FixedMatrixTyped, ElementwiseArithmetic) {
     // The scalar is read once: every element is divided by the original (0, 0).
     c = a;
     c /= c(0, 0);
-    for (int k = 0; k < kN<M> * kN<M>; ++k) EXPECT_EQ(c[k], a[k] / a[0]);
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        EXPECT_EQ(c[k], a[k] / a[0]);
     // Division is not guarded.
     EXPECT_TRUE(std::isinf((Identity<M>() / T(0))[0]));
 
     EXPECT_EQ(a.Transpose()(0, 1), a(1, 0));
     EXPECT_EQ(MaxAbsDiff(a.Transpose().Transpose(), a), 0);
     T trace = 0, total = 0;
-    for (int i = 0; i < kN<M>; ++i) trace += a(i, i);
-    for (int k = 0; k < kN<M> * kN<M>; ++k) total += a[k];
+    for (int i = 0; i < kN<M>; ++i)
+        trace += a(i, i);
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        total += a[k];
     EXPECT_NEAR(a.Trace(), trace, Tol<T>());
     EXPECT_NEAR(a.Mean(), total / T(kN<M> * kN<M>), Tol<T>());
 }
@@ -279,7 +295,8 @@ TYPED_TEST(FixedMatrixTyped, ProductsInTheirSummationOrder) {
     EXPECT_EQ(MaxAbsDiff(c, NaiveProduct(a, a)), 0);
 
     typename M::Vector v;
-    for (int i = 0; i < kN<M>; ++i) v[i] = Elem<M>(0.5 * i - 1);
+    for (int i = 0; i < kN<M>; ++i)
+        v[i] = Elem<M>(0.5 * i - 1);
     const typename M::Vector r = a * v;
     for (int i = 0; i < kN<M>; ++i) {
         Elem<M> s = a(i, 0) * v[0];
@@ -287,7 +304,8 @@ TYPED_TEST(FixedMatrixTyped, ProductsInTheirSummationOrder) {
             // Four rows sum in pairs of lanes.
             s = (a(i, 0) * v[0] + a(i, 2) * v[2]) + (a(i, 1) * v[1] + a(i, 3) * v[3]);
         } else {
-            for (int k = 1; k < kN<M>; ++k) s += a(i, k) * v[k];
+            for (int k = 1; k < kN<M>; ++k)
+                s += a(i, k) * v[k];
         }
         EXPECT_EQ(r[i], s);
     }
@@ -371,7 +389,8 @@ TYPED_TEST(FixedMatrixTyped, DeterminantOfProductAndTranspose) {
     EXPECT_NEAR((a * b).Det(), a.Det() * b.Det(), 4 * Tol<T>());
     EXPECT_NEAR(a.Transpose().Det(), a.Det(), 4 * Tol<T>());
     M swapped = a;
-    for (int j = 0; j < kN<M>; ++j) std::swap(swapped(0, j), swapped(1, j));
+    for (int j = 0; j < kN<M>; ++j)
+        std::swap(swapped(0, j), swapped(1, j));
     EXPECT_NEAR(swapped.Det(), -a.Det(), 4 * Tol<T>());
 }
 
@@ -406,11 +425,13 @@ TYPED_TEST(FixedMatrixTyped, SingularInverseReturnsThreeAndLeavesOutput) {
     using M = TypeParam;
     using T = Elem<M>;
     M a = Random<M>(31);
-    for (int j = 0; j < kN<M>; ++j) a(1, j) = T(2) * a(0, j);  // dependent rows
+    for (int j = 0; j < kN<M>; ++j)
+        a(1, j) = T(2) * a(0, j);  // dependent rows
     M out;
     out.SetConstant(T(7));
     EXPECT_EQ(a.Inverse(out, T(1e-5)), 3);
-    for (int k = 0; k < kN<M> * kN<M>; ++k) EXPECT_EQ(out[k], T(7));
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        EXPECT_EQ(out[k], T(7));
     EXPECT_EQ(M().Inverse(out, T(0)), 0);  // eps 0 is never above |det|: the test is strict
     T condition = 0;
     out.SetConstant(T(7));
@@ -451,16 +472,19 @@ TYPED_TEST(FixedMatrixTyped, InverseWithConditionAndSolve) {
     EXPECT_GE(condition, T(1));
 
     typename M::Vector xTrue, b, x;
-    for (int i = 0; i < kN<M>; ++i) xTrue[i] = T(i + 1);
+    for (int i = 0; i < kN<M>; ++i)
+        xTrue[i] = T(i + 1);
     b = a * xTrue;
     ASSERT_EQ(a.SolveSystem(b, x, T(1e-6)), 0);
-    for (int i = 0; i < kN<M>; ++i) EXPECT_NEAR(x[i], xTrue[i], 20 * Tol<T>());
+    for (int i = 0; i < kN<M>; ++i)
+        EXPECT_NEAR(x[i], xTrue[i], 20 * Tol<T>());
     T c2 = 0;
     ASSERT_EQ(a.SolveSystem(b, x, mlNormColumnSum, T(1e-6), c2), 0);
     EXPECT_NEAR(c2, a.Norm(mlNormColumnSum) * plain.Norm(mlNormColumnSum), Tol<T>());
 }
 
-// ---- Tests ---------------------------------------------------------------------------------------
+// ---- Tests
+// ---------------------------------------------------------------------------------------
 
 TYPED_TEST(FixedMatrixTyped, StructuralTests) {
     using M = TypeParam;
@@ -506,12 +530,14 @@ TYPED_TEST(FixedMatrixTyped, OrthogonalAndRotationTests) {
     M q, r;
     ASSERT_EQ((Random<M>(34)).QR_Decomposition(q, r, T(0)), 1);
     if (q.Det() < 0) {
-        for (int i = 0; i < kN<M>; ++i) q(i, 0) = -q(i, 0);
+        for (int i = 0; i < kN<M>; ++i)
+            q(i, 0) = -q(i, 0);
     }
     EXPECT_EQ(q.IsOrthogonal(Tol<T>()), 1);
     EXPECT_EQ(q.IsRotation(Tol<T>()), 1);
     M mirror = q;
-    for (int i = 0; i < kN<M>; ++i) mirror(i, 0) = -mirror(i, 0);
+    for (int i = 0; i < kN<M>; ++i)
+        mirror(i, 0) = -mirror(i, 0);
     EXPECT_EQ(mirror.IsOrthogonal(Tol<T>()), 1);
     EXPECT_EQ(mirror.IsRotation(Tol<T>()), 0);
     EXPECT_EQ((q * T(1.01)).IsOrthogonal(Tol<T>()), 0);
@@ -580,7 +606,8 @@ TYPED_TEST(FixedMatrixReal, HomogeneousTests) {
     EXPECT_EQ(r4.IsCoordinateMatrix(T(1e-5)), 0);
 }
 
-// ---- Norms and other scalars ---------------------------------------------------------------------
+// ---- Norms and other scalars
+// ---------------------------------------------------------------------
 
 TYPED_TEST(FixedMatrixReal, NormsBySelector) {
     using T = TypeParam;
@@ -619,12 +646,14 @@ TYPED_TEST(FixedMatrixTyped, InnerProductAndCorrelation) {
     using T = Elem<M>;
     const M a = Random<M>(36), b = Random<M>(37);
     T dot = 0;
-    for (int k = 0; k < kN<M> * kN<M>; ++k) dot += a[k] * b[k];
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        dot += a[k] * b[k];
     EXPECT_NEAR(a.InnerProduct(b), dot, Tol<T>());
     EXPECT_NEAR(a.CorrelationCoefficient(a * T(3) + Identity<M>() * T(0) + b * T(0)), T(1),
                 Tol<T>());
     M shifted = a * T(-2);
-    for (int k = 0; k < kN<M> * kN<M>; ++k) shifted[k] += T(5);
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        shifted[k] += T(5);
     EXPECT_NEAR(a.CorrelationCoefficient(shifted), T(-1), Tol<T>());
     M flat;
     flat.SetConstant(T(4));
@@ -639,7 +668,8 @@ TYPED_TEST(FixedMatrixTyped, CharacteristicMatrixAndDiagonalInverse) {
     const M a = Random<M>(38);
     const M c = a.GetCharacteristicsMatrix(T(0.5));
     for (int i = 0; i < kN<M>; ++i)
-        for (int j = 0; j < kN<M>; ++j) EXPECT_EQ(c(i, j), i == j ? a(i, j) - T(0.5) : a(i, j));
+        for (int j = 0; j < kN<M>; ++j)
+            EXPECT_EQ(c(i, j), i == j ? a(i, j) - T(0.5) : a(i, j));
 
     M d = Identity<M>() * T(4);
     d(kN<M> - 1, kN<M> - 1) = T(-0.5);
@@ -692,7 +722,8 @@ TYPED_TEST(FixedMatrixReal, BlockEmbeddings) {
     const auto r4 = Random<CMLMatrix4<T>>(39);
     const CMLMatrix3<T> r3 = mlMatrix4To3(r4);
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) EXPECT_EQ(r3(i, j), r4(i, j));
+        for (int j = 0; j < 3; ++j)
+            EXPECT_EQ(r3(i, j), r4(i, j));
     const CMLMatrix2<T> r2 = mlMatrix3To2(r3);
     EXPECT_EQ(r2(1, 1), r3(1, 1));
     EXPECT_EQ(r2(0, 1), r3(0, 1));
@@ -703,7 +734,8 @@ TYPED_TEST(FixedMatrixReal, BlockEmbeddings) {
     EXPECT_EQ(back(2, 1), T(0));
 }
 
-// ---- Dynamic matrices ------------------------------------------------------------------------------
+// ---- Dynamic matrices
+// ------------------------------------------------------------------------------
 
 TYPED_TEST(FixedMatrixTyped, ConversionsWithDynamicMatrices) {
     using M = TypeParam;
@@ -713,16 +745,19 @@ TYPED_TEST(FixedMatrixTyped, ConversionsWithDynamicMatrices) {
     ASSERT_EQ(d.RowsNb(), kN<M>);
     ASSERT_EQ(d.ColsNb(), kN<M>);
     for (int i = 0; i < kN<M>; ++i)
-        for (int j = 0; j < kN<M>; ++j) EXPECT_EQ(d(i, j), a(i, j));
+        for (int j = 0; j < kN<M>; ++j)
+            EXPECT_EQ(d(i, j), a(i, j));
     const M back = d;  // converts implicitly
     EXPECT_EQ(MaxAbsDiff(back, a), 0);
     // From a larger dynamic matrix: its leading N x N block.
     CMLMatrixMN<T> big(5, 6);
     for (int i = 0; i < 5; ++i)
-        for (int j = 0; j < 6; ++j) big(i, j) = T(10 * i + j);
+        for (int j = 0; j < 6; ++j)
+            big(i, j) = T(10 * i + j);
     const M block(big);
     for (int i = 0; i < kN<M>; ++i)
-        for (int j = 0; j < kN<M>; ++j) EXPECT_EQ(block(i, j), T(10 * i + j));
+        for (int j = 0; j < kN<M>; ++j)
+            EXPECT_EQ(block(i, j), T(10 * i + j));
 }
 
 // The spectral norm is the dynamic matrices' one, to the last bit.
@@ -756,7 +791,8 @@ TYPED_TEST(FixedMatrixTyped, DynamicInverseOfSmallOrders) {
     EXPECT_EQ(out(0, 1), T(5));
 }
 
-// ---- 2D homogeneous transforms (CMLMatrix3) ------------------------------------------------------
+// ---- 2D homogeneous transforms (CMLMatrix3)
+// ------------------------------------------------------
 
 TYPED_TEST(FixedMatrixReal, Translate3AddsTheCornerOnceMore) {
     using T = TypeParam;
@@ -776,7 +812,8 @@ TYPED_TEST(FixedMatrixReal, Translate3AddsTheCornerOnceMore) {
     b.Translate(T(10), T(100), 0);
     EXPECT_EQ(b(0, 2), T(3 + 1 * 10 + 2 * 100 + 9));
     EXPECT_EQ(b(1, 2), T(6 + 4 * 10 + 5 * 100 + 9));
-    for (int k : {0, 1, 3, 4, 6, 7, 8}) EXPECT_EQ(b[k], a[k]);
+    for (int k : {0, 1, 3, 4, 6, 7, 8})
+        EXPECT_EQ(b[k], a[k]);
     // A non-zero mode is the exact product T * this.
     CMLMatrix3<T> t = Identity<CMLMatrix3<T>>();
     t(0, 2) = T(10);
@@ -808,11 +845,13 @@ TYPED_TEST(FixedMatrixReal, Rotate3IsExactInBothModes) {
     CMLMatrix3<T> b = a;
     b.Rotate(angle, 0);
     EXPECT_LT(MaxAbsDiff(b, a * r), Tol<T>());
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(b(i, 2), a(i, 2));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(b(i, 2), a(i, 2));
     b = a;
     b.Rotate(angle, 1);
     EXPECT_LT(MaxAbsDiff(b, r * a), Tol<T>());
-    for (int j = 0; j < 3; ++j) EXPECT_EQ(b(2, j), a(2, j));
+    for (int j = 0; j < 3; ++j)
+        EXPECT_EQ(b(2, j), a(2, j));
     // Counter-clockwise: the x axis turns towards y.
     CMLMatrix3<T> q = Identity<CMLMatrix3<T>>();
     q.Rotate(mlPi<T> / T(2), 1);
@@ -840,7 +879,8 @@ TYPED_TEST(FixedMatrixReal, ReflectAndExtractTranslation) {
     EXPECT_EQ(b.ExtractTranslation(), CMLVector3<T>(b(0, 3), b(1, 3), b(2, 3)));
 }
 
-// ---- 3D homogeneous transforms (CMLMatrix4) ------------------------------------------------------
+// ---- 3D homogeneous transforms (CMLMatrix4)
+// ------------------------------------------------------
 
 TYPED_TEST(FixedMatrixReal, Translate4CountsTheCornerTwice) {
     using T = TypeParam;
@@ -852,7 +892,8 @@ TYPED_TEST(FixedMatrixReal, Translate4CountsTheCornerTwice) {
     EXPECT_EQ(m(3, 3), T(2));
 
     CMLMatrix4<T> a;
-    for (int k = 0; k < 16; ++k) a[k] = T(k + 1);
+    for (int k = 0; k < 16; ++k)
+        a[k] = T(k + 1);
     CMLMatrix4<T> b = a;
     b.Translate(T(1), T(10), T(100), 0);
     for (int i = 0; i < 3; ++i)
@@ -968,22 +1009,26 @@ TYPED_TEST(FixedMatrixReal, AxisRotationsOnTheIdentity) {
     EXPECT_NEAR(m.Det(), T(0), tol);
 }
 
-// ---- 3D rotations of CMLMatrix3 ------------------------------------------------------------------
+// ---- 3D rotations of CMLMatrix3
+// ------------------------------------------------------------------
 
 template <class T>
 CMLMatrix3<T> Rx(double degrees) {
     const double a = degrees * 3.141592653589793 / 180;
-    return Make<CMLMatrix3<T>>({1, 0, 0, 0, std::cos(a), -std::sin(a), 0, std::sin(a), std::cos(a)});
+    return Make<CMLMatrix3<T>>(
+        {1, 0, 0, 0, std::cos(a), -std::sin(a), 0, std::sin(a), std::cos(a)});
 }
 template <class T>
 CMLMatrix3<T> Ry(double degrees) {
     const double a = degrees * 3.141592653589793 / 180;
-    return Make<CMLMatrix3<T>>({std::cos(a), 0, std::sin(a), 0, 1, 0, -std::sin(a), 0, std::cos(a)});
+    return Make<CMLMatrix3<T>>(
+        {std::cos(a), 0, std::sin(a), 0, 1, 0, -std::sin(a), 0, std::cos(a)});
 }
 template <class T>
 CMLMatrix3<T> Rz(double degrees) {
     const double a = degrees * 3.141592653589793 / 180;
-    return Make<CMLMatrix3<T>>({std::cos(a), -std::sin(a), 0, std::sin(a), std::cos(a), 0, 0, 0, 1});
+    return Make<CMLMatrix3<T>>(
+        {std::cos(a), -std::sin(a), 0, std::sin(a), std::cos(a), 0, 0, 0, 1});
 }
 
 template <class T>
@@ -1031,7 +1076,8 @@ TYPED_TEST(FixedMatrixReal, EulerInvalidOrderBuildsNothing) {
     const auto a = Random<CMLMatrix3<T>>(46);
     CMLMatrix3<T> m = a;
     EXPECT_EQ(m.SetRotationByEulerAngles(T(10), T(20), T(30), static_cast<mlRotationsOrder>(6)), 0);
-    EXPECT_EQ(m.SetRotationByEulerAngles(T(10), T(20), T(30), static_cast<mlRotationsOrder>(-1)), 0);
+    EXPECT_EQ(m.SetRotationByEulerAngles(T(10), T(20), T(30), static_cast<mlRotationsOrder>(-1)),
+              0);
     EXPECT_EQ(MaxAbsDiff(m, a), 0);
     T x = 1, y = 2, z = 3;
     EXPECT_EQ(m.ExtractEulerAngles(static_cast<mlRotationsOrder>(9), x, y, z), 0);

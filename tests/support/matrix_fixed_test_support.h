@@ -1,4 +1,4 @@
-// Shared helpers of the fixed-matrix tests: readable failure messages, element types, tolerances,
+// Shared by the fixed-matrix tests: readable failure messages, element types, tolerances,
 // deterministic random matrices and residual measures.
 #ifndef ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
 #define ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
@@ -17,7 +17,8 @@ void PrintMatrix(const M& m, std::ostream* os) {
     *os << '[';
     for (int i = 0; i < M::Size(); ++i) {
         *os << (i ? "; " : "");
-        for (int j = 0; j < M::Size(); ++j) *os << (j ? ", " : "") << m(i, j);
+        for (int j = 0; j < M::Size(); ++j)
+            *os << (j ? ", " : "") << m(i, j);
     }
     *os << ']';
 }
@@ -53,7 +54,8 @@ template <class M>
 M Make(std::initializer_list<double> values) {
     M m;
     int k = 0;
-    for (double v : values) m[k++] = Elem<M>(v);
+    for (double v : values)
+        m[k++] = Elem<M>(v);
     return m;
 }
 
@@ -70,14 +72,16 @@ M Random(unsigned seed) {
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     M m;
-    for (int k = 0; k < kN<M> * kN<M>; ++k) m[k] = Elem<M>(u(rng));
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        m[k] = Elem<M>(u(rng));
     return m;
 }
 
 template <class M>
 Elem<M> MaxAbsDiff(const M& a, const M& b) {
     Elem<M> d = 0;
-    for (int k = 0; k < kN<M> * kN<M>; ++k) d = std::fmax(d, std::fabs(a[k] - b[k]));
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        d = std::fmax(d, std::fabs(a[k] - b[k]));
     return d;
 }
 
