@@ -8,3 +8,7 @@ list(APPEND ML_SOURCES
     matrices/detail/svd_kernels.cpp)
 list(APPEND ML_PUBLIC_HEADERS
     include/ml/matrix_mn.h)
+list(APPEND ML_SOURCES
+    matrices/matrix_fixed.cpp
+    matrices/matrix_fixed_decompositions.cpp)
+list(APPEND ML_PUBLIC_HEADERS include/ml/matrix_fixed.h)

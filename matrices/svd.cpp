@@ -4,6 +4,8 @@
 // done by the internal kernels in detail/.
 #include <ml/matrix_mn.h>
 
+#include <ml/matrix_fixed.h>
+
 #include "detail/buffer.h"
 #include "detail/gemm.h"
 #include "detail/svd_kernels.h"
@@ -362,12 +364,42 @@ int CMLMatrixMN<T>::Inverse(CMLMatrixMN& out, mlMatrixNorm norm, T eps, double& 
     return 0;
 }
 
+namespace {
+
+// Inverse(out, eps) for 2, 3 and 4 rows: the fixed matrix's determinant test and adjugate, its
+// code (0, or 3 with out unchanged), and the inverse copied back into out's leading block.
+template <class Fixed, class T>
+int InverseThroughFixed(const CMLMatrixMN<T>& a, CMLMatrixMN<T>& out, T eps) {
+    const Fixed f(a);
+    Fixed inv;
+    const int code = f.Inverse(inv, eps);
+    if (code != 0) return code;
+    for (int i = 0; i < Fixed::Size(); ++i)
+        for (int j = 0; j < Fixed::Size(); ++j)
+            out(i, j) = inv(i, j);
+    return 0;
+}
+
+}  // namespace
+
 template <class T>
 int CMLMatrixMN<T>::Inverse(CMLMatrixMN& out, T eps) const {
-    // Matrices of no or one row are deliberately not inverted.
-    if (this->m_rows <= 1) return 1;
-    double condition = 0.0;
-    return Inverse(out, mlNormFrobenius, eps, condition);
+    switch (this->m_rows) {
+        case 0:
+        case 1:
+            // Matrices of no or one row are deliberately not inverted.
+            return 1;
+        case 2:
+            return InverseThroughFixed<CMLMatrix2<T>>(*this, out, eps);
+        case 3:
+            return InverseThroughFixed<CMLMatrix3<T>>(*this, out, eps);
+        case 4:
+            return InverseThroughFixed<CMLMatrix4<T>>(*this, out, eps);
+        default: {
+            double condition = 0.0;
+            return Inverse(out, mlNormFrobenius, eps, condition);
+        }
+    }
 }
 
 template <class T>

@@ -31,6 +31,33 @@ CMLQuaternion<T> Half(T angle, int axis) {
 }  // namespace
 
 template <class T>
+CMLQuaternion<T>::CMLQuaternion(const CMLMatrix3<T>& m) : CMLQuaternion(mlMatrixToQuaternion(m)) {}
+
+template <class T>
+void CMLQuaternion<T>::Set(const CMLMatrix3<T>& m) {
+    *this = mlMatrixToQuaternion(m);
+}
+
+template <class T>
+int CMLQuaternion<T>::SetByEulerAngles(T a, T b, T c, mlRotationsOrder order) {
+    CMLMatrix3<T> m;
+    m.Unit();  // an order that builds nothing leaves the identity
+    const int built = m.SetRotationByEulerAngles(a, b, c, order);
+    Set(m);
+    return built;
+}
+
+template <class T>
+CMLMatrix3<T> CMLQuaternion<T>::GetMatrix() const {
+    return mlQuaternionToMatrix(*this);
+}
+
+template <class T>
+int CMLQuaternion<T>::ExtractEulerAngles(mlRotationsOrder order, T& a, T& b, T& c) const {
+    return GetMatrix().ExtractEulerAngles(order, a, b, c);
+}
+
+template <class T>
 void CMLQuaternion<T>::SetRotation(T angle, const CMLVector3<T>& axis) {
     const T h = angle / T(2);
     const T s = std::sin(h);
@@ -119,6 +146,45 @@ CMLQuaternion<T> CMLQuaternion<T>::Log() const {
 template <class T>
 CMLQuaternion<T> CMLQuaternion<T>::Pow(T t) const {
     return (Log() * t).Exp();
+}
+
+template <class T>
+CMLMatrix3<T> mlQuaternionToMatrix(const CMLQuaternion<T>& q) {
+    const T w = q.w, x = q.x, y = q.y, z = q.z;
+    // clang-format off
+    const T m[9] = {T(1) - T(2) * y * y - T(2) * z * z, T(2) * x * y - T(2) * w * z, T(2) * x * z + T(2) * w * y,
+                    T(2) * x * y + T(2) * w * z, T(1) - T(2) * x * x - T(2) * z * z, T(2) * y * z - T(2) * w * x,
+                    T(2) * x * z - T(2) * w * y, T(2) * y * z + T(2) * w * x, T(1) - T(2) * x * x - T(2) * y * y};
+    // clang-format on
+    return CMLMatrix3<T>(m);
+}
+
+template <class T>
+CMLQuaternion<T> mlMatrixToQuaternion(const CMLMatrix3<T>& m) {
+    const T m00 = m(0, 0), m01 = m(0, 1), m02 = m(0, 2);
+    const T m10 = m(1, 0), m11 = m(1, 1), m12 = m(1, 2);
+    const T m20 = m(2, 0), m21 = m(2, 1), m22 = m(2, 2);
+    const T t = m00 + m11 + m22;
+    // No guard against s = 0: k is left to become infinite, as callers have always seen.
+    if (t >= T(0)) {
+        const T s = mlSafeSqrt(T(1) + t);
+        const T k = T(0.5) / s;
+        return CMLQuaternion<T>(s / T(2), (m21 - m12) * k, (m02 - m20) * k, (m10 - m01) * k);
+    }
+    const int branch = m11 >= m22 ? (m00 >= m11 ? 0 : 1) : (m00 >= m22 ? 0 : 2);
+    if (branch == 0) {
+        const T s = mlSafeSqrt(T(1) + m00 - m11 - m22);
+        const T k = T(0.5) / s;
+        return CMLQuaternion<T>((m21 - m12) * k, s / T(2), (m01 + m10) * k, (m20 + m02) * k);
+    }
+    if (branch == 1) {
+        const T s = mlSafeSqrt(T(1) + m11 - m00 - m22);
+        const T k = T(0.5) / s;
+        return CMLQuaternion<T>((m02 - m20) * k, (m01 + m10) * k, s / T(2), (m12 + m21) * k);
+    }
+    const T s = mlSafeSqrt(T(1) + m22 - m11 - m00);
+    const T k = T(0.5) / s;
+    return CMLQuaternion<T>((m10 - m01) * k, (m20 + m02) * k, (m12 + m21) * k, s / T(2));
 }
 
 template <class T>

@@ -297,7 +297,10 @@ public:
     // condition set to mlBigValue. out is only written on success, condition on 0 and 3.
     int Inverse(CMLMatrixMN& out, mlMatrixNorm norm, T eps, double& condition) const;
     // Inverse by row count: 0 or 1 rows return 1 at once, out untouched (a 1 x 1 matrix is not
-    // inverted); larger matrices return the code of the general inverse above.
+    // inverted). 2, 3 and 4 rows go through CMLMatrix2/3/4 (ml/matrix_fixed.h): the leading
+    // N x N block is inverted there by its determinant test, and the code is that matrix's, 0
+    // with the inverse written to out's leading block or 3 (|det| < eps) with out untouched.
+    // Larger matrices return the code of the general inverse above.
     int Inverse(CMLMatrixMN& out, T eps) const;
     // Minimum-norm least-squares solution x = pinv(this) b (b of rows, x of cols elements);
     // condition as in PseudoInverse.

@@ -10,6 +10,7 @@
 #include <ml/vector_n.h>
 #include <ml/vector_fixed.h>
 #include <ml/matrix_mn.h>
+#include <ml/matrix_fixed.h>
 #include <ml/sorting.h>
 #include <ml/random.h>
 #include <ml/quaternion.h>

@@ -1,11 +1,13 @@
-// CMLQuaternion<T>: quaternions w + xi + yj + zk for the rotations of 3D space, and the rotation
-// orders that compose three axis rotations into one.
+// CMLQuaternion<T>: quaternions w + xi + yj + zk for the rotations of 3D space, with the
+// conversions between quaternions, rotation matrices (CMLMatrix3), angle-axis pairs and Euler
+// angles in the rotation orders of mlRotationsOrder (declared with the fixed matrices).
 //
 // A quaternion is a plain value: public fields w (the scalar part), x, y, z (the vector part) in
 // this order and nothing else; no virtual functions, no heap. Rotations follow the column-vector
 // convention of the matrices: a unit quaternion q maps v to q v q* (q* the conjugate).
 //
-// Angle units: SetRotation, GetAngleAndAxis and mlEulerToQuaternion work in radians.
+// Angle units: SetRotation, GetAngleAndAxis and mlEulerToQuaternion work in radians;
+// SetByEulerAngles and ExtractEulerAngles in degrees, like the matrix members they go through.
 //
 // Behaviour callers rely on:
 //  - operator[]: 1, 2, 3 give x, y, z; 0 and every other index give w.
@@ -22,23 +24,12 @@
 #ifndef ML_QUATERNION_H
 #define ML_QUATERNION_H
 
+#include <ml/matrix_fixed.h>
 #include <ml/precision.h>
 #include <ml/types.h>
 #include <ml/vector_fixed.h>
 
 #include <cmath>
-
-// The order in which the three axis rotations of a set of Euler angles act on a vector, first to
-// last. The angles are always given as (about X, about Y, about Z), whatever the order. A value
-// outside 0..5 selects no rotation.
-enum mlRotationsOrder : int {
-    mlXYZ = 0,  // X, then Y, then Z: Rz(c) * Ry(b) * Rx(a)
-    mlXZY = 1,  // X, then Z, then Y: Ry(b) * Rz(c) * Rx(a)
-    mlYXZ = 2,  // Y, then X, then Z: Rz(c) * Rx(a) * Ry(b)
-    mlYZX = 3,  // Y, then Z, then X: Rx(a) * Rz(c) * Ry(b)
-    mlZYX = 4,  // Z, then Y, then X: Rx(a) * Ry(b) * Rz(c)
-    mlZXY = 5   // Z, then X, then Y: Ry(b) * Rx(a) * Rz(c)
-};
 
 template <class T>
 class ML_API CMLQuaternion {
@@ -53,6 +44,8 @@ public:
     // w = s, vector part v.
     constexpr CMLQuaternion(T s, const CMLVector3<T>& v) : w(s), x(v.x), y(v.y), z(v.z) {}
     constexpr CMLQuaternion(T qw, T qx, T qy, T qz) : w(qw), x(qx), y(qy), z(qz) {}
+    // From a rotation matrix, as mlMatrixToQuaternion converts it.
+    explicit CMLQuaternion(const CMLMatrix3<T>& m);
     CMLQuaternion(const CMLQuaternion&) = default;
     CMLQuaternion& operator=(const CMLQuaternion&) = default;
     ~CMLQuaternion() = default;
@@ -85,12 +78,19 @@ public:
         z = qz;
     }
     void Set(const CMLQuaternion& q) { *this = q; }
+    // From a rotation matrix, as mlMatrixToQuaternion converts it.
+    void Set(const CMLMatrix3<T>& m);
     // Sets (1, 0, 0, 0).
     void Identity() { Set(T(1), T(0), T(0), T(0)); }
 
     // w = cos(angle / 2), vector = axis * sin(angle / 2); angle in radians. The axis is used as
     // given: a non-unit axis gives a non-unit quaternion.
     void SetRotation(T angle, const CMLVector3<T>& axis);
+    // Angles about X, Y, Z in degrees: builds the matrix with
+    // CMLMatrix3::SetRotationByEulerAngles(a, b, c, order) and converts it as
+    // mlMatrixToQuaternion does; returns 1. An order outside 0..5 builds nothing: the quaternion
+    // becomes the identity and the call returns 0.
+    int SetByEulerAngles(T a, T b, T c, mlRotationsOrder order);
 
     // ---- Norms and tests ----------------------------------------------------------------------
 
@@ -157,6 +157,12 @@ public:
     // (x, y, z) / sin(acos(w)) when that sine exceeds 1e-6 in magnitude, else the zero vector
     // (a rotation by 0 or 2 pi has no axis; the angle is still reported).
     void GetAngleAndAxis(T& angle, CMLVector3<T>& axis) const;
+    // The rotation matrix, as mlQuaternionToMatrix builds it (no normalisation).
+    CMLMatrix3<T> GetMatrix() const;
+    // Angles about X, Y, Z in degrees for the given order, from GetMatrix() through
+    // CMLMatrix3::ExtractEulerAngles: the middle rotation of the order gets an angle in
+    // [-90, 90]. Returns 1; 0 with a, b, c unchanged for an order outside 0..5.
+    int ExtractEulerAngles(mlRotationsOrder order, T& a, T& b, T& c) const;
 
     // The vector q v q*: v rotated by a unit quaternion. For a non-unit quaternion the result is
     // also scaled by its squared length, as the product q v q* is.
@@ -238,15 +244,38 @@ public:
     int operator!=(const CMLQuaternion& q) const { return 1 - (*this == q); }
 };
 
+// The rotation matrix of q, without normalising q: m00 = 1 - 2y^2 - 2z^2, m01 = 2xy - 2wz,
+// m02 = 2xz + 2wy, m10 = 2xy + 2wz, m11 = 1 - 2x^2 - 2z^2, m12 = 2yz - 2wx, m20 = 2xz - 2wy,
+// m21 = 2yz + 2wx, m22 = 1 - 2x^2 - 2y^2.
+template <class T>
+ML_API CMLMatrix3<T> mlQuaternionToMatrix(const CMLQuaternion<T>& q);
+
+// The quaternion of a rotation matrix by the largest-component rule, sq the guarded square root
+// (0 below P):
+//  - trace t >= 0: s = sq(1 + t), w = s/2, and with k = 0.5/s: x = (m21 - m12)k,
+//    y = (m02 - m20)k, z = (m10 - m01)k;
+//  - otherwise the branch of the largest diagonal element, ties going to X before Y and Z and to
+//    Y before Z: if m11 >= m22, X when m00 >= m11, else Y; if m11 < m22, X when m00 >= m22, else
+//    Z. X: s = sq(1 + m00 - m11 - m22), x = s/2, y = (m01 + m10)k, z = (m20 + m02)k,
+//    w = (m21 - m12)k. Y: s = sq(1 + m11 - m00 - m22), y = s/2, x = (m01 + m10)k,
+//    z = (m12 + m21)k, w = (m02 - m20)k. Z: s = sq(1 + m22 - m11 - m00), z = s/2,
+//    x = (m20 + m02)k, y = (m12 + m21)k, w = (m10 - m01)k.
+// Nothing guards k = 0.5/s, the result is not normalised, and its sign is the branch's (w >= 0
+// in the trace branch).
+template <class T>
+ML_API CMLQuaternion<T> mlMatrixToQuaternion(const CMLMatrix3<T>& m);
+
 // The product of the three half-angle quaternions qx(a) = (cos a/2, sin a/2, 0, 0), qy(b), qz(c)
 // in the composition the order names (order 0: qz(c) * qy(b) * qx(a)); angles in radians, not
 // wrapped. An order outside 0..5 gives the identity.
 template <class T>
 ML_API CMLQuaternion<T> mlEulerToQuaternion(T a, T b, T c, mlRotationsOrder order);
 
-#define ML_QUATERNION_INSTANCES(KW, T) \
-    KW class CMLQuaternion<T>;         \
-    KW ML_API CMLQuaternion<T> mlEulerToQuaternion<T>(T, T, T, mlRotationsOrder);
+#define ML_QUATERNION_INSTANCES(KW, T)                                            \
+    KW class CMLQuaternion<T>;                                                    \
+    KW ML_API CMLQuaternion<T> mlEulerToQuaternion<T>(T, T, T, mlRotationsOrder); \
+    KW ML_API CMLMatrix3<T> mlQuaternionToMatrix<T>(const CMLQuaternion<T>&);     \
+    KW ML_API CMLQuaternion<T> mlMatrixToQuaternion<T>(const CMLMatrix3<T>&);
 
 #define ML_QUATERNION_EXTERN(T) ML_QUATERNION_INSTANCES(extern template, T)
 ML_FOR_EACH_REAL(ML_QUATERNION_EXTERN)

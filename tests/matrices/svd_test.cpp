@@ -551,10 +551,8 @@ TYPED_TEST(SvdTyped, InverseByRowCountLeavesOneByOneAlone) {
 }
 
 // The 2 x 2, 3 x 3 and 4 x 4 cases of Inverse(out, eps) belong to the fixed matrices, which decide
-// singularity by |det| < eps (strict) and return 0 or 3. Until the fixed matrices exist these
-// orders take the general path, which tests singular values instead; the fixed matrices enable
-// this test.
-TYPED_TEST(SvdTyped, DISABLED_InverseOfSmallOrdersUsesTheFixedMatrices) {
+// singularity by |det| < eps (strict) and return 0 or 3.
+TYPED_TEST(SvdTyped, InverseOfSmallOrdersUsesTheFixedMatrices) {
     using T = TypeParam;
     // Well conditioned but with det = 1e-6 below eps: singular for the determinant test.
     Matrix<T> small(3);

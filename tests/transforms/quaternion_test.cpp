@@ -1,5 +1,6 @@
 #include <ml/quaternion.h>
 
+#include <ml/matrix_fixed.h>
 #include <ml/vector_fixed.h>
 
 #include <gtest/gtest.h>
@@ -473,6 +474,166 @@ TYPED_TEST(QuaternionTyped, OrderOutsideTheTableGivesTheIdentity) {
                      id, T(0)));
     EXPECT_TRUE(Near(mlEulerToQuaternion(T(0.1), T(0.2), T(0.3), static_cast<mlRotationsOrder>(-1)),
                      id, T(0)));
+}
+
+// ---- Matrices ----------------------------------------------------------------------------------
+
+template <class T>
+CMLMatrix3<T> Diagonal(T a, T b, T c) {
+    CMLMatrix3<T> m;
+    m(0, 0) = a;
+    m(1, 1) = b;
+    m(2, 2) = c;
+    return m;
+}
+
+template <class T>
+::testing::AssertionResult NearMatrix(const CMLMatrix3<T>& a, const CMLMatrix3<T>& b, T tol) {
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            if (!(std::fabs(a(i, j) - b(i, j)) <= tol)) {
+                return ::testing::AssertionFailure()
+                       << "element (" << i << ", " << j << "): " << a(i, j) << " vs " << b(i, j);
+            }
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// The same rotation: q or -q.
+template <class T>
+::testing::AssertionResult SameRotation(const CMLQuaternion<T>& a, const CMLQuaternion<T>& b,
+                                        T tol) {
+    if (Near(a, b, tol) || Near(a, b.Negate(), tol)) return ::testing::AssertionSuccess();
+    return Near(a, b, tol);
+}
+
+TYPED_TEST(QuaternionTyped, QuaternionToMatrixIsNotNormalised) {
+    using T = TypeParam;
+    const T expected[9] = {-49, 4, 22, 20, -39, 20, 10, 28, -25};
+    EXPECT_TRUE(NearMatrix(mlQuaternionToMatrix(CMLQuaternion<T>(1, 2, 3, 4)),
+                           CMLMatrix3<T>(expected), T(0)));
+    EXPECT_TRUE(
+        NearMatrix(CMLQuaternion<T>(1, 2, 3, 4).GetMatrix(), CMLMatrix3<T>(expected), T(0)));
+}
+
+TYPED_TEST(QuaternionTyped, MatrixActsLikeRotate) {
+    using T = TypeParam;
+    CMLQuaternion<T> q(T(0.9), T(-0.2), T(0.3), T(0.4));
+    q.Normalize();
+    const CMLVector3<T> v(T(0.3), T(-1.7), T(2.2));
+    EXPECT_TRUE(Near(q.GetMatrix() * v, q.Rotate(v), T(10) * Tol<T>()));
+}
+
+TYPED_TEST(QuaternionTyped, MatrixToQuaternionBranches) {
+    using T = TypeParam;
+    using Q = CMLQuaternion<T>;
+    // Trace -1: the X branch, and the Z branch when m22 is the largest.
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(1, -1, -1)), Q(0, 1, 0, 0), T(0)));
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(-1, -1, 1)), Q(0, 0, 0, 1), T(0)));
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(-1, 1, -1)), Q(0, 0, 1, 0), T(0)));
+    // Ties go to X before Y and Z, and to Y before Z.
+    const T h2 = std::sqrt(T(2)) / 2, h3 = std::sqrt(T(3)) / 2;
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(-1, -1, -1)), Q(0, h2, 0, 0), Tol<T>()));
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(-1, -2, -1)), Q(0, h3, 0, 0), Tol<T>()));
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(-2, -1, -1)), Q(0, 0, h3, 0), Tol<T>()));
+    // The result is not normalised: 2 I gives (sqrt(7)/2, 0, 0, 0).
+    EXPECT_TRUE(Near(mlMatrixToQuaternion(Diagonal<T>(2, 2, 2)), Q(std::sqrt(T(7)) / 2, 0, 0, 0),
+                     Tol<T>()));
+    // The constructor and Set convert alike.
+    const Q c(Diagonal<T>(-1, -1, 1));
+    EXPECT_TRUE(Near(c, Q(0, 0, 0, 1), T(0)));
+    Q d;
+    d.Set(Diagonal<T>(1, -1, -1));
+    EXPECT_TRUE(Near(d, Q(0, 1, 0, 0), T(0)));
+}
+
+TYPED_TEST(QuaternionTyped, MatrixRoundTripInEveryBranch) {
+    using T = TypeParam;
+    using Q = CMLQuaternion<T>;
+    // Rotations whose matrices take the trace branch and each of the three diagonal branches.
+    const Q samples[] = {Q(T(0.9), T(-0.2), T(0.3), T(0.4)), Q(T(0.1), T(0.9), T(-0.3), T(0.2)),
+                         Q(T(-0.1), T(0.2), T(0.95), T(-0.1)), Q(T(0.05), T(-0.3), T(0.2), T(0.9)),
+                         Q(T(-0.8), T(0.1), T(0.5), T(-0.2))};
+    for (Q q : samples) {
+        q.Normalize();
+        const Q back = mlMatrixToQuaternion(mlQuaternionToMatrix(q));
+        EXPECT_TRUE(SameRotation(back, q, T(10) * Tol<T>()));
+    }
+    // The trace branch gives w >= 0: a quaternion with w < 0 comes back negated.
+    Q n(T(-0.8), T(0.1), T(0.5), T(-0.2));
+    n.Normalize();
+    EXPECT_TRUE(
+        Near(mlMatrixToQuaternion(n.GetMatrix()), std::as_const(n).Negate(), T(10) * Tol<T>()));
+}
+
+TYPED_TEST(QuaternionTyped, SetByEulerAnglesIsInDegrees) {
+    using T = TypeParam;
+    CMLQuaternion<T> q;
+    EXPECT_EQ(q.SetByEulerAngles(10, 20, 30, mlXYZ), 1);
+    const T r = mlPi<T> / 180;
+    EXPECT_TRUE(
+        SameRotation(q, mlEulerToQuaternion(10 * r, 20 * r, 30 * r, mlXYZ), T(10) * Tol<T>()));
+    // Degrees are wrapped by the matrix: 370 is 10.
+    CMLQuaternion<T> p;
+    p.SetByEulerAngles(370, 20, 30, mlXYZ);
+    EXPECT_TRUE(SameRotation(p, q, T(100) * Tol<T>()));
+    // An order outside the table builds nothing.
+    EXPECT_EQ(q.SetByEulerAngles(10, 20, 30, static_cast<mlRotationsOrder>(6)), 0);
+    EXPECT_TRUE(Near(q, CMLQuaternion<T>(), T(0)));
+}
+
+TYPED_TEST(QuaternionTyped, EulerRoundTripsForEveryOrder) {
+    using T = TypeParam;
+    const T r = mlPi<T> / 180;
+    // The axis that acts second in each order (X = 0, Y = 1, Z = 2): its angle comes back in
+    // [-90, 90], the other two in (-180, 180].
+    const int middle[6] = {1, 2, 0, 2, 1, 0};
+    const T outer[][2] = {{10, 30}, {-150, 100}, {35, -170}, {120, -60}};
+    const T inner[] = {20, 45, -80, 5};
+    const T tol = std::is_same_v<T, float> ? T(2e-3) : T(1e-9);  // degrees
+    for (int order = 0; order < 6; ++order) {
+        const mlRotationsOrder o = static_cast<mlRotationsOrder>(order);
+        for (int k = 0; k < 4; ++k) {
+            T e[3];
+            for (int axis = 0, j = 0; axis < 3; ++axis) {
+                e[axis] = axis == middle[order] ? inner[k] : outer[k][j++];
+            }
+            // Radians into a quaternion, then its matrix against the matrix built in degrees.
+            const CMLQuaternion<T> q = mlEulerToQuaternion(e[0] * r, e[1] * r, e[2] * r, o);
+            CMLMatrix3<T> m;
+            m.SetRotationByEulerAngles(e[0], e[1], e[2], o);
+            EXPECT_TRUE(NearMatrix(q.GetMatrix(), m, T(10) * Tol<T>())) << "order " << order;
+            // Degrees back out.
+            T a = 0, b = 0, c = 0;
+            EXPECT_EQ(q.ExtractEulerAngles(o, a, b, c), 1);
+            EXPECT_NEAR(a, e[0], tol) << "order " << order;
+            EXPECT_NEAR(b, e[1], tol) << "order " << order;
+            EXPECT_NEAR(c, e[2], tol) << "order " << order;
+            // The quaternion built from degrees through the matrix is the same rotation, and
+            // comes back to the same matrix.
+            CMLQuaternion<T> d;
+            d.SetByEulerAngles(e[0], e[1], e[2], o);
+            EXPECT_TRUE(SameRotation(d, q, T(10) * Tol<T>())) << "order " << order;
+            EXPECT_TRUE(NearMatrix(d.GetMatrix(), m, T(10) * Tol<T>())) << "order " << order;
+        }
+    }
+}
+
+TYPED_TEST(QuaternionTyped, ExtractEulerAnglesKeepsTheMiddleAngleInRange) {
+    using T = TypeParam;
+    CMLQuaternion<T> q;
+    q.SetByEulerAngles(170, 100, -120, mlXYZ);
+    T a = 0, b = 0, c = 0;
+    q.ExtractEulerAngles(mlXYZ, a, b, c);
+    const T tol = std::is_same_v<T, float> ? T(2e-3) : T(1e-9);
+    EXPECT_NEAR(a, T(-10), tol);
+    EXPECT_NEAR(b, T(80), tol);
+    EXPECT_NEAR(c, T(60), tol);
+    // An order outside the table leaves the angles alone.
+    a = b = c = 7;
+    EXPECT_EQ(q.ExtractEulerAngles(static_cast<mlRotationsOrder>(-1), a, b, c), 0);
+    EXPECT_EQ(a + b + c, T(21));
 }
 
 }  // namespace

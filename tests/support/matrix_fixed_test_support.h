@@ -1,0 +1,112 @@
+// Shared by the fixed-matrix tests: readable failure messages, element types, tolerances,
+// deterministic random matrices and residual measures.
+#ifndef ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
+#define ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
+
+#include <ml/matrix_fixed.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+#include <random>
+#include <type_traits>
+
+template <class M>
+void PrintMatrix(const M& m, std::ostream* os) {
+    *os << '[';
+    for (int i = 0; i < M::Size(); ++i) {
+        *os << (i ? "; " : "");
+        for (int j = 0; j < M::Size(); ++j)
+            *os << (j ? ", " : "") << m(i, j);
+    }
+    *os << ']';
+}
+template <class T>
+void PrintTo(const CMLMatrix2<T>& m, std::ostream* os) {
+    PrintMatrix(m, os);
+}
+template <class T>
+void PrintTo(const CMLMatrix3<T>& m, std::ostream* os) {
+    PrintMatrix(m, os);
+}
+template <class T>
+void PrintTo(const CMLMatrix4<T>& m, std::ostream* os) {
+    PrintMatrix(m, os);
+}
+
+namespace fixed_matrix_test {
+
+template <class M>
+using Elem = std::remove_cv_t<std::remove_reference_t<decltype(std::declval<const M&>()[0])>>;
+
+template <class M>
+constexpr int kN = M::Size();
+
+// Round-off allowance of one well-conditioned computation.
+template <class T>
+T Tol() {
+    return std::is_same_v<T, float> ? T(2e-5) : T(1e-12);
+}
+
+// A matrix from a row-major list of values.
+template <class M>
+M Make(std::initializer_list<double> values) {
+    M m;
+    int k = 0;
+    for (double v : values)
+        m[k++] = Elem<M>(v);
+    return m;
+}
+
+template <class M>
+M Identity() {
+    M m;
+    m.Unit();
+    return m;
+}
+
+// Uniform elements in [-1, 1), deterministic for a seed.
+template <class M>
+M Random(unsigned seed) {
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    M m;
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        m[k] = Elem<M>(u(rng));
+    return m;
+}
+
+template <class M>
+Elem<M> MaxAbsDiff(const M& a, const M& b) {
+    Elem<M> d = 0;
+    for (int k = 0; k < kN<M> * kN<M>; ++k)
+        d = std::fmax(d, std::fabs(a[k] - b[k]));
+    return d;
+}
+
+template <class M>
+Elem<M> MaxAbs(const M& a) {
+    return MaxAbsDiff(a, M());
+}
+
+// Largest |(Q^T Q - I)(i, j)|.
+template <class M>
+Elem<M> OrthogonalityError(const M& q) {
+    return MaxAbsDiff(q.Transpose() * q, Identity<M>());
+}
+
+template <class M>
+M Diag(std::initializer_list<double> values) {
+    M m;
+    int i = 0;
+    for (double v : values) {
+        m(i, i) = Elem<M>(v);
+        ++i;
+    }
+    return m;
+}
+
+}  // namespace fixed_matrix_test
+
+#endif  // ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
