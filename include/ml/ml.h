@@ -14,5 +14,6 @@
 #include <ml/sorting.h>
 #include <ml/random.h>
 #include <ml/quaternion.h>
+#include <ml/transform2d.h>
 
 #endif  // ML_ML_H
