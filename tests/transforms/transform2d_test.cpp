@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 #include <ostream>
 #include <type_traits>
 
@@ -95,6 +96,14 @@ TYPED_TEST(Transform2DTyped, BaseHoldsOneMatrix) {
     CMLBase2DTransform<T> c;
     c = b;
     EXPECT_TRUE(Near(c.GetMatrix(), OtherFrame<T>(), T(0)));
+}
+
+TYPED_TEST(Transform2DTyped, DeletedThroughTheBase) {
+    using T = TypeParam;
+    std::unique_ptr<CMLBase2DTransform<T>> p(new CMLAffine2DTransform<T>(Frame<T>()));
+    EXPECT_EQ(p->GetTypeOfTransform(), 6);
+    M3<T> out;
+    EXPECT_EQ(p->Invert(out, T(1e-6)), 1);
 }
 
 TYPED_TEST(Transform2DTyped, AddTransformActsAfterAndCombineLeavesTheObject) {
@@ -393,6 +402,11 @@ TYPED_TEST(Transform2DTyped, LocalAndWorldPoints) {
     // A singular frame gives the point back.
     const M3<T> singular = Rows<T>(1, 2, 3, 2, 4, 6, 0, 0, 0);
     EXPECT_TRUE(Near(mlWorldToLocal(p, singular), p, T(0)));
+    // The free functions invert with eps 1e-6: |det| = 1e-6 still inverts, 5e-7 does not.
+    EXPECT_TRUE(Near(mlWorldToLocal(V2<T>(1, 1), Rows<T>(T(0.5), 0, 0, 0, T(2e-6), 0)),
+                     V2<T>(2, T(5e5)), T(2) * Tol<T>() * T(5e5)));
+    EXPECT_TRUE(
+        Near(mlWorldToLocal(V2<T>(1, 1), Rows<T>(T(0.5), 0, 0, 0, T(1e-6), 0)), V2<T>(1, 1), T(0)));
     // A point of one frame in another.
     const V2<T> q = mlRecalculateCoordinates(p, Frame<T>(), OtherFrame<T>());
     EXPECT_TRUE(
@@ -445,6 +459,10 @@ TYPED_TEST(Transform2DTyped, FindAffineTransformOfThreePointPairs) {
     EXPECT_EQ(out(2, 0), T(0));
     EXPECT_EQ(out(2, 1), T(0));
     EXPECT_EQ(out(2, 2), T(1));
+    // Source triangles of |det| below 1e-6 count as collinear too.
+    const V2<T> thin[3] = {V2<T>(0, 0), V2<T>(1, 1), V2<T>(2, T(2) + T(4e-7))};
+    out = OtherFrame<T>();
+    EXPECT_EQ(mlFindAffineTransform(thin, dst, out), 0);
     // Collinear source points: 0, out as it was.
     const V2<T> line[3] = {V2<T>(0, 0), V2<T>(1, 1), V2<T>(2, 2)};
     out = OtherFrame<T>();
