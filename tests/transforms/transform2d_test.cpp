@@ -363,29 +363,21 @@ TYPED_TEST(Transform2DTyped, PointsAreNotDividedByTheThirdComponent) {
 
 TYPED_TEST(Transform2DTyped, ArraysAndLines) {
     using T = TypeParam;
-    CMLAffine2DTransform<T> a(Frame<T>());
-    const V2<T> in[3] = {V2<T>(0, 0), V2<T>(1, 2), V2<T>(-3, T(0.5))};
-    V2<T> out[3];
-    a.TransformPoints(3, in, out);
-    V2<T> inPlace[3] = {in[0], in[1], in[2]};
-    a.TransformPointsInPlace(3, inPlace);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_TRUE(Near(out[i], a.TransformPoint(in[i]), T(0)));
-        EXPECT_TRUE(Near(inPlace[i], out[i], T(0)));
-    }
-    const CMLVector3<T> vin[2] = {CMLVector3<T>(1, 2, 1), CMLVector3<T>(3, 4, 0)};
-    CMLVector3<T> vout[2];
-    a.Execute(2, vin, vout);
-    CMLVector3<T> vInPlace[2] = {vin[0], vin[1]};
-    a.ExecuteInPlace(2, vInPlace);
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(vout[i].x, a.Execute(vin[i]).x);
-        EXPECT_EQ(vInPlace[i].y, vout[i].y);
-    }
-    V2<T> q1, q2;
-    a.TransformLine(in[1], in[2], q1, q2);
-    EXPECT_TRUE(Near(q1, out[1], T(0)));
-    EXPECT_TRUE(Near(q2, out[2], T(0)));
+    const CMLAffine2DTransform<T> a(Frame<T>());
+    V2<T> pts[2] = {V2<T>(1, 2), V2<T>(-3, T(0.5))};
+    V2<T> out[2], q1, q2;
+    a.TransformPoints(2, pts, out);
+    a.TransformLine(pts[0], pts[1], q1, q2);
+    a.TransformPointsInPlace(2, pts);
+    EXPECT_TRUE(Near(out[1], a.TransformPoint(V2<T>(-3, T(0.5))), T(0)));
+    EXPECT_TRUE(Near(pts[1], out[1], T(0)));
+    EXPECT_TRUE(Near(q1, out[0], T(0)));
+    EXPECT_TRUE(Near(q2, out[1], T(0)));
+    CMLVector3<T> v[2] = {CMLVector3<T>(1, 2, 1), CMLVector3<T>(3, 4, 0)}, vout[2];
+    a.Execute(2, v, vout);
+    a.ExecuteInPlace(2, v);
+    EXPECT_EQ(vout[1].x, a.Execute(CMLVector3<T>(3, 4, 0)).x);
+    EXPECT_EQ(v[1].y, vout[1].y);
 }
 
 // ---- Frames ------------------------------------------------------------------------------------
