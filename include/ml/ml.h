@@ -13,5 +13,7 @@
 #include <ml/matrix_fixed.h>
 #include <ml/sorting.h>
 #include <ml/random.h>
+#include <ml/quaternion.h>
+#include <ml/transform2d.h>
 
 #endif  // ML_ML_H
