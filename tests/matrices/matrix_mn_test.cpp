@@ -177,12 +177,12 @@ TYPED_TEST(MatrixTyped, RowsColumnsAndVectors) {
     m.SetRowVector(1, CMLVectorN<T>(3, T(5)));
     m.SetColVector(0, CMLVectorN<T>(2, T(-1)));
     m.SetPartRowVector(0, 1, 2, 2, CMLVectorN<T>(4, seq));  // m(0, 1..2) = seq[2..3]
-    m.SetPartColVector(2, 1, 1, 0, CMLVectorN<T>(4, seq));  // m(1, 2) = seq[0]
+    m.SetPartColVector(2, 1, 1, 1, CMLVectorN<T>(4, seq));  // m(1, 2) = seq[1]
     m.SetPartRowVector(1, 2, 1, 0, CMLVectorN<T>(4, seq));  // from > to: nothing
-    EXPECT_EQ(Print(m), "( -1 12 13 )\n( -1 5 10 )\n");
+    EXPECT_EQ(Print(m), "( -1 12 13 )\n( -1 5 11 )\n");
     auto all = [](const CMLBaseVector<T>& x) { return std::vector<T>(&x[0], &x[0] + x.Dim()); };
-    EXPECT_EQ(all(m.RowVector(1)), (std::vector<T>{-1, 5, 10}));
-    EXPECT_EQ(all(m.ColVector(2)), (std::vector<T>{13, 10}));
+    EXPECT_EQ(all(m.RowVector(1)), (std::vector<T>{-1, 5, 11}));
+    EXPECT_EQ(all(m.ColVector(2)), (std::vector<T>{13, 11}));
     EXPECT_EQ(all(m.Diagonal()), (std::vector<T>{-1, 5}));  // min(rows, cols) elements
 }
 
@@ -390,23 +390,25 @@ TYPED_TEST(MatrixTyped, PythagorasAndSignA) {
 
 TYPED_TEST(MatrixTyped, ZeroRowsAndColumnsAreCountedAndMoved) {
     using T = TypeParam;
-    CMLMatrixMN<T> m = Make<T>(3, 3, {0, 1, 0, 0, 0, 0, 0, 2, 1e-3});
+    CMLMatrixMN<T> m = Make<T>(3, 4, {0, 0, 0, 0, 0, 1, 0, 3, 0, 2, 1e-3, 4});
     int zr = -1, zc = -1, n = -1;
     EXPECT_EQ(m.TestZeroRowsColumns(zr, zc, T(1e-2)), 1);
-    EXPECT_EQ(zr, 1);
+    EXPECT_EQ(zr, 1);  // row 0
     EXPECT_EQ(zc, 2);  // columns 0 and 2
     EXPECT_EQ(Make<T>(1, 2, {1, 1}).TestZeroRowsColumns(zr, zc, T(0)), 0);
     const CMLMatrixMN<T> original(m);
-    CMLMatrixMN<T> perm(3), wrong(2);
+    CMLMatrixMN<T> rows(3), cols(4), wrong(2);
     EXPECT_EQ(m.MoveZeroRows(n, wrong, T(1e-2)), 0);
     EXPECT_EQ(m == original, 1);
-    ASSERT_EQ(m.MoveZeroRows(n, perm, T(1e-2)), 1);
+    ASSERT_EQ(m.MoveZeroRows(n, rows, T(1e-2)), 1);
     EXPECT_EQ(n, 1);
-    EXPECT_EQ(Print(m), "( 0 1 0 )\n( 0 2 0.001 )\n( 0 0 0 )\n");
-    EXPECT_EQ(mlAreAlmostEqual(perm * original, m, T(0)), 1);  // P * old = new
-    ASSERT_EQ(m.MoveZeroColumns(n, perm, T(1e-2)), 1);
+    EXPECT_EQ(Print(m), "( 0 1 0 3 )\n( 0 2 0.001 4 )\n( 0 0 0 0 )\n");
+    EXPECT_EQ(mlAreAlmostEqual(rows * original, m, T(0)), 1);  // P * old = new
+    const CMLMatrixMN<T> before(m);
+    ASSERT_EQ(m.MoveZeroColumns(n, cols, T(1e-2)), 1);
     EXPECT_EQ(n, 2);
-    EXPECT_EQ(Print(m), "( 1 0 0 )\n( 2 0 0.001 )\n( 0 0 0 )\n");
+    EXPECT_EQ(Print(m), "( 1 3 0 0 )\n( 2 4 0 0.001 )\n( 0 0 0 0 )\n");
+    EXPECT_EQ(mlAreAlmostEqual(before * cols, m, T(0)), 1);  // old * P = new
 }
 
 TYPED_TEST(MatrixTyped, NormsInnerProductAndCorrelation) {
