@@ -8,18 +8,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <ostream>
 #include <random>
 #include <type_traits>
 
 template <class M>
 void PrintMatrix(const M& m, std::ostream* os) {
-    *os << '[';
-    for (int i = 0; i < M::Size(); ++i) {
-        *os << (i ? "; " : "");
-        for (int j = 0; j < M::Size(); ++j)
-            *os << (j ? ", " : "") << m(i, j);
-    }
+    for (int k = 0; k < M::Size() * M::Size(); ++k)
+        *os << (k == 0 ? "[" : k % M::Size() ? ", " : "; ") << m[k];
     *os << ']';
 }
 template <class T>
@@ -37,9 +34,12 @@ void PrintTo(const CMLMatrix4<T>& m, std::ostream* os) {
 
 namespace fixed_matrix_test {
 
+using AllMatrices = ::testing::Types<CMLMatrix2<float>, CMLMatrix2<double>, CMLMatrix3<float>,
+                                     CMLMatrix3<double>, CMLMatrix4<float>, CMLMatrix4<double>>;
+using RealTypes = ::testing::Types<float, double>;
+
 template <class M>
 using Elem = std::remove_cv_t<std::remove_reference_t<decltype(std::declval<const M&>()[0])>>;
-
 template <class M>
 constexpr int kN = M::Size();
 
@@ -48,8 +48,12 @@ template <class T>
 T Tol() {
     return std::is_same_v<T, float> ? T(2e-5) : T(1e-12);
 }
+template <class M>
+Elem<M> Eps() {
+    return std::numeric_limits<Elem<M>>::epsilon();
+}
 
-// A matrix from a row-major list of values.
+// A matrix from a row-major list of values, and a diagonal one.
 template <class M>
 M Make(std::initializer_list<double> values) {
     M m;
@@ -58,7 +62,16 @@ M Make(std::initializer_list<double> values) {
         m[k++] = Elem<M>(v);
     return m;
 }
-
+template <class M>
+M Diag(std::initializer_list<double> values) {
+    M m;
+    int i = 0;
+    for (double v : values) {
+        m(i, i) = Elem<M>(v);
+        ++i;
+    }
+    return m;
+}
 template <class M>
 M Identity() {
     M m;
@@ -84,27 +97,14 @@ Elem<M> MaxAbsDiff(const M& a, const M& b) {
         d = std::fmax(d, std::fabs(a[k] - b[k]));
     return d;
 }
-
 template <class M>
 Elem<M> MaxAbs(const M& a) {
     return MaxAbsDiff(a, M());
 }
-
 // Largest |(Q^T Q - I)(i, j)|.
 template <class M>
 Elem<M> OrthogonalityError(const M& q) {
     return MaxAbsDiff(q.Transpose() * q, Identity<M>());
-}
-
-template <class M>
-M Diag(std::initializer_list<double> values) {
-    M m;
-    int i = 0;
-    for (double v : values) {
-        m(i, i) = Elem<M>(v);
-        ++i;
-    }
-    return m;
 }
 
 }  // namespace fixed_matrix_test
