@@ -80,6 +80,9 @@ TEST(ComplexAssignment, ScalarSetsTheTrigForm) {
     a.Set(-3, 1e-12);
     a = -3.0;  // same real part, imaginary within P: nothing changes
     EXPECT_EQ(Of(a), SD(-3, 1e-12, 0, 3));
+    a.Set(-3, 1e-3);
+    a = -3.0;  // the same real part, but the imaginary part is not within P
+    EXPECT_EQ(Of(a), SD(-3, 0, 1, 3));
     a = -2.0;
     EXPECT_EQ(Of(a), SD(-2, 0, 1, 2));
     EXPECT_EQ(a.AngleInDegrees(), 180.0);

@@ -202,6 +202,8 @@ TYPED_TEST(FixedVectorReal, SmallValuePredicates) {
     V4<T> w(T(0.5), T(-0.25), T(0.75), T(-1));
     w.AnnulateSmallComponents(T(0.5));  // strict: 0.5 stays
     EXPECT_EQ(w, V4<T>(T(0.5), 0, T(0.75), T(-1)));
+    w.SetToConstant(T(-2));
+    EXPECT_EQ(w, V4<T>(T(-2)));
 }
 
 // ---- Two and three dimensions: member extras ----
