@@ -232,70 +232,73 @@ int ComplexEigenvectorOf(const M& a, const CMLComplex<T>& value, V& re, V& im, T
 // ---- Members every size shares
 // -------------------------------------------------------------------
 
-#define ML_FIXED_MATRIX_COMMON_MEMBERS(M)                                                     \
-    template <class T>                                                                        \
-    M<T>::M(const CMLMatrixMN<T>& src) {                                                      \
-        for (int i = 0; i < M::Size(); ++i)                                                   \
-            for (int j = 0; j < M::Size(); ++j)                                               \
-                (*this)(i, j) = src(i, j);                                                    \
-    }                                                                                         \
-    template <class T>                                                                        \
-    CMLMatrixMN<T> M<T>::ConvertToMatrixMN() const {                                          \
-        return CMLMatrixMN<T>(M::Size(), M::Size(), &(*this)[0]);                             \
-    }                                                                                         \
-    template <class T>                                                                        \
-    T M<T>::Norm(mlMatrixNorm norm) const {                                                   \
-        return NormOf(*this, norm);                                                           \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::Inverse(M& out, mlMatrixNorm norm, T eps, T& condition) const {                 \
-        return InverseWithCondition(*this, out, norm, eps, condition);                        \
-    }                                                                                         \
-    template <class T>                                                                        \
-    T M<T>::ConditionNumber(mlMatrixNorm norm) const {                                        \
-        return Condition(*this, norm);                                                        \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::CalculateRank(T eps) const {                                                    \
-        return Rank(*this, eps);                                                              \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition) \
-        const {                                                                               \
-        return SolveWithCondition(*this, b, x, norm, eps, condition);                         \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::IsPositive(T eps) const {                                                       \
-        return Positive(*this, eps);                                                          \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::SV_Decomposition(M& U, M& V, Vector& sigma, T eps) const {                      \
-        return SingularValues(*this, &U, &V, sigma, eps);                                     \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::CalculateSingularNumbers(Vector& sigma) const {                                 \
-        return SingularValues<M<T>>(*this, nullptr, nullptr, sigma, T(0));                    \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::PolarDecomposition(M& Q, M& S, int side, T eps) const {                         \
-        return PolarOf(*this, Q, S, side, eps);                                               \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::QR_Decomposition(M& Q, M& R, T eps) const {                                     \
-        return QrOf(*this, Q, R, eps);                                                        \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::LU_Decomposition(M& L, M& U, T eps) const {                                     \
-        return LuOf(*this, L, U, eps);                                                        \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::SymmetricEigensolve(Vector& values, M& vectors, T eps) const {                  \
-        return EigenOf(*this, values, vectors, eps);                                          \
-    }                                                                                         \
-    template <class T>                                                                        \
-    int M<T>::SpectralDecomposition(M& A, M& B, int requirePositive, T eps) const {           \
-        return SpectralOf(*this, A, B, requirePositive, eps);                                 \
-    }
+namespace ml::detail::fixed_matrix {
+
+template <class M, class T, int N>
+Base<M, T, N>::Base(const CMLMatrixMN<T>& src) {
+    for (int i = 0; i < N; ++i)
+        for (int j = 0; j < N; ++j)
+            m_data[i * N + j] = src(i, j);
+}
+template <class M, class T, int N>
+CMLMatrixMN<T> Base<M, T, N>::ConvertToMatrixMN() const {
+    return CMLMatrixMN<T>(N, N, m_data);
+}
+template <class M, class T, int N>
+T Base<M, T, N>::Norm(mlMatrixNorm norm) const {
+    return NormOf(Self(), norm);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::Inverse(M& out, mlMatrixNorm norm, T eps, T& condition) const {
+    return InverseWithCondition(Self(), out, norm, eps, condition);
+}
+template <class M, class T, int N>
+T Base<M, T, N>::ConditionNumber(mlMatrixNorm norm) const {
+    return Condition(Self(), norm);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::CalculateRank(T eps) const {
+    return Rank(Self(), eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps,
+                               T& condition) const {
+    return SolveWithCondition(Self(), b, x, norm, eps, condition);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::IsPositive(T eps) const {
+    return Positive(Self(), eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::SV_Decomposition(M& U, M& V, Vector& sigma, T eps) const {
+    return SingularValues(Self(), &U, &V, sigma, eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::CalculateSingularNumbers(Vector& sigma) const {
+    return SingularValues<M>(Self(), nullptr, nullptr, sigma, T(0));
+}
+template <class M, class T, int N>
+int Base<M, T, N>::PolarDecomposition(M& Q, M& S, int side, T eps) const {
+    return PolarOf(Self(), Q, S, side, eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::QR_Decomposition(M& Q, M& R, T eps) const {
+    return QrOf(Self(), Q, R, eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::LU_Decomposition(M& L, M& U, T eps) const {
+    return LuOf(Self(), L, U, eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::SymmetricEigensolve(Vector& values, M& vectors, T eps) const {
+    return EigenOf(Self(), values, vectors, eps);
+}
+template <class M, class T, int N>
+int Base<M, T, N>::SpectralDecomposition(M& A, M& B, int requirePositive, T eps) const {
+    return SpectralOf(Self(), A, B, requirePositive, eps);
+}
+
+}  // namespace ml::detail::fixed_matrix
 
 // The general eigenproblem of the 2x2 and 3x3 sizes.
 #define ML_FIXED_MATRIX_EIGEN_MEMBERS(M)                                                        \
@@ -313,13 +316,9 @@ int ComplexEigenvectorOf(const M& a, const CMLComplex<T>& value, V& re, V& im, T
         return ComplexEigenvectorOf(*this, value, re, im, eps);                                 \
     }
 
-ML_FIXED_MATRIX_COMMON_MEMBERS(CMLMatrix2)
-ML_FIXED_MATRIX_COMMON_MEMBERS(CMLMatrix3)
-ML_FIXED_MATRIX_COMMON_MEMBERS(CMLMatrix4)
 ML_FIXED_MATRIX_EIGEN_MEMBERS(CMLMatrix2)
 ML_FIXED_MATRIX_EIGEN_MEMBERS(CMLMatrix3)
 #undef ML_FIXED_MATRIX_EIGEN_MEMBERS
-#undef ML_FIXED_MATRIX_COMMON_MEMBERS
 
 // ---- CMLMatrix3: 2D homogeneous transforms
 // -------------------------------------------------------

@@ -75,10 +75,10 @@ struct VectorOf<T, 4> {
 struct NoInit {};
 
 // The members the three sizes share, written once over the size N. M is the matrix class that
-// derives from it (CMLMatrix2/3/4<T>). Every member is inline; the classes add the heavier
-// numerical members, which live in the library.
+// derives from it (CMLMatrix2/3/4<T>). The light members are inline; the numerical ones live in
+// the library.
 template <class M, class T, int N>
-class Base {
+class ML_API Base {
 public:
     using Vector = typename VectorOf<T, N>::type;
 
@@ -522,10 +522,29 @@ public:
                 if (mode == 0 ? j > i : j < i) m_data[i * N + j] = T(0);
     }
 
+    // ---- Norms, conditioning, systems and decompositions (see the notes above CMLMatrix2).
+
+    T Norm(mlMatrixNorm norm) const;
+    int Inverse(M& out, mlMatrixNorm norm, T eps, T& condition) const;
+    T ConditionNumber(mlMatrixNorm norm) const;
+    int CalculateRank(T eps) const;
+    int SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition) const;
+    int IsPositive(T eps) const;
+    int SV_Decomposition(M& U, M& V, Vector& sigma, T eps) const;
+    int CalculateSingularNumbers(Vector& sigma) const;
+    int PolarDecomposition(M& Q, M& S, int side, T eps) const;
+    int QR_Decomposition(M& Q, M& R, T eps) const;
+    int LU_Decomposition(M& L, M& U, T eps) const;
+    int SymmetricEigensolve(Vector& values, M& vectors, T eps) const;
+    int SpectralDecomposition(M& A, M& B, int requirePositive, T eps) const;
+    CMLMatrixMN<T> ConvertToMatrixMN() const;
+
 protected:
     Base() : m_data{} {}
     explicit Base(NoInit) {}  // NOLINT: the elements are written by the caller
     explicit Base(const T* src) { Fill(src); }
+    // The leading N x N block of a dynamic matrix.
+    explicit Base(const CMLMatrixMN<T>& src);
 
     // Homogeneous transforms (3x3 and 4x4 only; the classes make them public).
     // The identity except for the translation column (its first N-1 elements).
@@ -731,25 +750,8 @@ public:
     CMLMatrix2() = default;
     CMLMatrix2(int, int) {}
     explicit CMLMatrix2(const T* src) : Base(src) {}
-    CMLMatrix2(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
+    CMLMatrix2(const CMLMatrixMN<T>& src) : Base(src) {}  // NOLINT: converts implicitly
 
-    using Base::Inverse;
-    using Base::SolveSystem;
-
-    T Norm(mlMatrixNorm norm) const;
-    int Inverse(CMLMatrix2& out, mlMatrixNorm norm, T eps, T& condition) const;
-    T ConditionNumber(mlMatrixNorm norm) const;
-    int CalculateRank(T eps) const;
-    int SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition) const;
-    int IsPositive(T eps) const;
-    int SV_Decomposition(CMLMatrix2& U, CMLMatrix2& V, Vector& sigma, T eps) const;
-    int CalculateSingularNumbers(Vector& sigma) const;
-    int PolarDecomposition(CMLMatrix2& Q, CMLMatrix2& S, int side, T eps) const;
-    int QR_Decomposition(CMLMatrix2& Q, CMLMatrix2& R, T eps) const;
-    int LU_Decomposition(CMLMatrix2& L, CMLMatrix2& U, T eps) const;
-    int SymmetricEigensolve(Vector& values, CMLMatrix2& vectors, T eps) const;
-    int SpectralDecomposition(CMLMatrix2& A, CMLMatrix2& B, int requirePositive, T eps) const;
-    CMLMatrixMN<T> ConvertToMatrixMN() const;
     int FindEigenvalues(CMLComplex<T>* values) const;
     int FindEigenvectorsReal(T* values, Vector* vectors, T eps) const;
     int FindEigenvectorComplex(const CMLComplex<T>& value, Vector& re, Vector& im, T eps) const;
@@ -770,28 +772,12 @@ public:
     CMLMatrix3() = default;
     CMLMatrix3(int, int) {}
     explicit CMLMatrix3(const T* src) : Base(src) {}
-    CMLMatrix3(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
+    CMLMatrix3(const CMLMatrixMN<T>& src) : Base(src) {}  // NOLINT: converts implicitly
 
-    using Base::Inverse;
     using Base::InverseCoordinateMatrix;
     using Base::IsCoordinateMatrix;
     using Base::IsTranslation;
-    using Base::SolveSystem;
 
-    T Norm(mlMatrixNorm norm) const;
-    int Inverse(CMLMatrix3& out, mlMatrixNorm norm, T eps, T& condition) const;
-    T ConditionNumber(mlMatrixNorm norm) const;
-    int CalculateRank(T eps) const;
-    int SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition) const;
-    int IsPositive(T eps) const;
-    int SV_Decomposition(CMLMatrix3& U, CMLMatrix3& V, Vector& sigma, T eps) const;
-    int CalculateSingularNumbers(Vector& sigma) const;
-    int PolarDecomposition(CMLMatrix3& Q, CMLMatrix3& S, int side, T eps) const;
-    int QR_Decomposition(CMLMatrix3& Q, CMLMatrix3& R, T eps) const;
-    int LU_Decomposition(CMLMatrix3& L, CMLMatrix3& U, T eps) const;
-    int SymmetricEigensolve(Vector& values, CMLMatrix3& vectors, T eps) const;
-    int SpectralDecomposition(CMLMatrix3& A, CMLMatrix3& B, int requirePositive, T eps) const;
-    CMLMatrixMN<T> ConvertToMatrixMN() const;
     int FindEigenvalues(CMLComplex<T>* values) const;
     int FindEigenvectorsReal(T* values, Vector* vectors, T eps) const;
     int FindEigenvectorComplex(const CMLComplex<T>& value, Vector& re, Vector& im, T eps) const;
@@ -868,28 +854,12 @@ public:
     CMLMatrix4() = default;
     CMLMatrix4(int, int) {}
     explicit CMLMatrix4(const T* src) : Base(src) {}
-    CMLMatrix4(const CMLMatrixMN<T>& src);  // NOLINT: converts implicitly
+    CMLMatrix4(const CMLMatrixMN<T>& src) : Base(src) {}  // NOLINT: converts implicitly
 
-    using Base::Inverse;
     using Base::InverseCoordinateMatrix;
     using Base::IsCoordinateMatrix;
     using Base::IsTranslation;
-    using Base::SolveSystem;
 
-    T Norm(mlMatrixNorm norm) const;
-    int Inverse(CMLMatrix4& out, mlMatrixNorm norm, T eps, T& condition) const;
-    T ConditionNumber(mlMatrixNorm norm) const;
-    int CalculateRank(T eps) const;
-    int SolveSystem(const Vector& b, Vector& x, mlMatrixNorm norm, T eps, T& condition) const;
-    int IsPositive(T eps) const;
-    int SV_Decomposition(CMLMatrix4& U, CMLMatrix4& V, Vector& sigma, T eps) const;
-    int CalculateSingularNumbers(Vector& sigma) const;
-    int PolarDecomposition(CMLMatrix4& Q, CMLMatrix4& S, int side, T eps) const;
-    int QR_Decomposition(CMLMatrix4& Q, CMLMatrix4& R, T eps) const;
-    int LU_Decomposition(CMLMatrix4& L, CMLMatrix4& U, T eps) const;
-    int SymmetricEigensolve(Vector& values, CMLMatrix4& vectors, T eps) const;
-    int SpectralDecomposition(CMLMatrix4& A, CMLMatrix4& B, int requirePositive, T eps) const;
-    CMLMatrixMN<T> ConvertToMatrixMN() const;
 
     // (m00, m11, m22): the diagonal of the upper-left 3x3 block.
     CMLVector3<T> Diagonal3() const {
@@ -1013,6 +983,9 @@ inline ML_API int mlAreAlmostEqual(const CMLMatrix4<T>& a, const CMLMatrix4<T>& 
 // Every instantiation of the family for one element type T, as one list: the header declares them
 // (`extern template`), the source defines them (`template`).
 #define ML_MATRIX_FIXED_INSTANCES(KW, T)                                              \
+    KW class ml::detail::fixed_matrix::Base<CMLMatrix2<T>, T, 2>;                     \
+    KW class ml::detail::fixed_matrix::Base<CMLMatrix3<T>, T, 3>;                     \
+    KW class ml::detail::fixed_matrix::Base<CMLMatrix4<T>, T, 4>;                     \
     KW class CMLMatrix2<T>;                                                           \
     KW class CMLMatrix3<T>;                                                           \
     KW class CMLMatrix4<T>;                                                           \
