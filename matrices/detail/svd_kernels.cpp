@@ -1,5 +1,5 @@
 // Householder bidiagonalisation, implicit-shift bidiagonal QR and Householder QR. The vector
-// kernels live in svd_kernels.inc, compiled here twice: for the baseline instruction set and,
+// kernels live in svd_kernels_body.h, compiled here twice: for the baseline instruction set and,
 // on x86 with GCC, for AVX2 (selected at run time). Both perform identical arithmetic.
 #include "svd_kernels.h"
 
@@ -208,7 +208,7 @@ void Svd2x2Upper(T f, T g, T h, T& ssmin, T& ssmax, T& snr, T& csr, T& snl, T& c
 }
 
 namespace portable {
-#include "svd_kernels.inc"
+#include "svd_kernels_body.h"
 }  // namespace portable
 
 #if ML_HAVE_X86_DISPATCH && defined(__GNUC__) && !defined(__clang__)
@@ -216,7 +216,7 @@ namespace portable {
 #pragma GCC push_options
 #pragma GCC target("avx2")
 namespace avx2 {
-#include "svd_kernels.inc"
+#include "svd_kernels_body.h"
 }  // namespace avx2
 #pragma GCC pop_options
 #else

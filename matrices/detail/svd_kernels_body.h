@@ -1,8 +1,9 @@
-// Body of the dense decomposition kernels. svd_kernels.cpp includes this file twice, inside two
-// namespaces: once for the baseline instruction set and once under an AVX2 target pragma. The
-// loops are written so that both compilations perform the same operations in the same order
-// (element-wise updates, and dot products over eight fixed interleaved partial sums), which makes
-// the results identical on every processor. No includes here.
+// Body of the dense decomposition kernels, without an include guard on purpose: svd_kernels.cpp
+// includes this file twice, inside two namespaces: once for the baseline instruction set and once
+// under an AVX2 target pragma. The loops are written so that both compilations perform the same
+// operations in the same order (element-wise updates, and dot products over eight fixed
+// interleaved partial sums), which makes the results identical on every processor. No includes
+// here.
 
 // ---------------------------------------------------------------------------------------------
 // Level-1 loops.
