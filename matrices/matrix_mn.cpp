@@ -888,6 +888,12 @@ T FrobeniusNorm(const T* a, long n) {
     return std::ldexp(std::sqrt(sc), e);
 }
 
+// The larger of a and b, NaN when either is NaN (std::fmax would drop it).
+template <class T>
+T MaxKeepingNaN(T a, T b) {
+    return (b > a || b != b) ? b : a;
+}
+
 }  // namespace
 
 template <class T>
@@ -909,7 +915,7 @@ T CMLMatrixMN<T>::Norm(mlMatrixNorm norm) const {
             }
             T best = sums[0];
             for (int j = 1; j < cols; ++j)
-                best = std::fmax(best, sums[j]);
+                best = MaxKeepingNaN(best, sums[j]);
             return best;
         }
         case mlNormRowSum: {
@@ -919,7 +925,7 @@ T CMLMatrixMN<T>::Norm(mlMatrixNorm norm) const {
                 T sum = T(0);
                 for (int j = 0; j < cols; ++j)
                     sum += std::fabs(row[j]);
-                best = i == 0 ? sum : std::fmax(best, sum);
+                best = i == 0 ? sum : MaxKeepingNaN(best, sum);
             }
             return best;
         }
@@ -936,7 +942,7 @@ T CMLMatrixMN<T>::Norm(mlMatrixNorm norm) const {
         case mlNormMaxElement: {
             T mx = T(0);
             for (long i = 0; i < n; ++i)
-                mx = std::fmax(mx, std::fabs(a[i]));
+                mx = MaxKeepingNaN(mx, std::fabs(a[i]));
             return std::sqrt(static_cast<T>(rows) * static_cast<T>(cols)) * mx;
         }
         default:

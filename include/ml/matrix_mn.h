@@ -145,7 +145,8 @@ public:
     T Trace() const;
 
     // 0 when the shapes differ; else 1 when every element pair is within P of the element type
-    // (for complex elements: mlAbs of the difference is 0). Empty matrices of one shape are equal.
+    // (for complex elements the modulus mlAbs of the difference is compared with P). Empty
+    // matrices of one shape are equal.
     int operator==(const CMLBaseMatrix& b) const;
     int operator!=(const CMLBaseMatrix& b) const { return (*this == b) ? 0 : 1; }
 
@@ -316,8 +317,9 @@ public:
     int MoveZeroRows(int& n, CMLMatrixMN& perm, T eps);
     int MoveZeroColumns(int& n, CMLMatrixMN& perm, T eps);
 
-    // The selected norm (see mlMatrixNorm); 0 for an empty matrix. The spectral norm falls back
-    // to the Frobenius norm when the decomposition fails (non-finite elements).
+    // The selected norm (see mlMatrixNorm); 0 for an empty matrix; NaN when an element is NaN.
+    // The spectral norm falls back to the Frobenius norm when the decomposition fails
+    // (non-finite elements).
     T Norm(mlMatrixNorm norm) const;
     // Sum of this(i, j) * b(i, j) over this matrix's elements.
     T InnerProduct(const CMLMatrixMN& b) const;
