@@ -145,8 +145,8 @@ public:
     T Trace() const;
 
     // 0 when the shapes differ; else 1 when every element pair is within P of the element type
-    // (for complex elements the modulus mlAbs of the difference is compared with P). Empty
-    // matrices of one shape are equal.
+    // (for complex elements mlAbs of the difference, which reports 0 below sqrt(P), so that the
+    // test is mlAbs == 0). Empty matrices of one shape are equal.
     int operator==(const CMLBaseMatrix& b) const;
     int operator!=(const CMLBaseMatrix& b) const { return (*this == b) ? 0 : 1; }
 
