@@ -10,6 +10,7 @@
 #include "detail/gemm.h"
 #include "detail/svd_kernels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -367,15 +368,20 @@ int CMLMatrixMN<T>::Inverse(CMLMatrixMN& out, mlMatrixNorm norm, T eps, double& 
 namespace {
 
 // Inverse(out, eps) for 2, 3 and 4 rows: the fixed matrix's determinant test and adjugate, its
-// code (0, or 3 with out unchanged), and the inverse copied back into out's leading block.
+// code (0, or 3 with out unchanged), and the inverse copied back into out's leading block. A
+// matrix with fewer columns than rows has no square block to invert and reports 3, instead of
+// being read past its end; an out smaller than the inverse receives the part that fits.
 template <class Fixed, class T>
 int InverseThroughFixed(const CMLMatrixMN<T>& a, CMLMatrixMN<T>& out, T eps) {
+    constexpr int n = Fixed::Size();
+    if (a.ColsNb() < n) return 3;
     const Fixed f(a);
     Fixed inv;
     const int code = f.Inverse(inv, eps);
     if (code != 0) return code;
-    for (int i = 0; i < Fixed::Size(); ++i)
-        for (int j = 0; j < Fixed::Size(); ++j)
+    const int rows = std::min(n, out.RowsNb()), cols = std::min(n, out.ColsNb());
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j)
             out(i, j) = inv(i, j);
     return 0;
 }

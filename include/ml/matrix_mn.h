@@ -300,8 +300,9 @@ public:
     // Inverse by row count: 0 or 1 rows return 1 at once, out untouched (a 1 x 1 matrix is not
     // inverted). 2, 3 and 4 rows go through CMLMatrix2/3/4 (ml/matrix_fixed.h): the leading
     // N x N block is inverted there by its determinant test, and the code is that matrix's, 0
-    // with the inverse written to out's leading block or 3 (|det| < eps) with out untouched.
-    // Larger matrices return the code of the general inverse above.
+    // with the inverse written to out's leading block (as much of it as out holds) or 3
+    // (|det| < eps, or fewer columns than rows) with out untouched. Larger matrices return the
+    // code of the general inverse above.
     int Inverse(CMLMatrixMN& out, T eps) const;
     // Minimum-norm least-squares solution x = pinv(this) b (b of rows, x of cols elements);
     // condition as in PseudoInverse.

@@ -331,6 +331,14 @@ TYPED_TEST(SvdTyped, InverseCodesResultsAndTheDispatchByRowCount) {
     four4(0, 3) = T(1);
     EXPECT_EQ(two.Inverse(o2, T(0.125)) + four4.Inverse(o4, eps), 0);  // |det| == eps inverts
     EXPECT_EQ(std::vector<T>({o2(0, 0), o2(1, 1), o4(0, 3)}), std::vector<T>({2, 4, -0.25}));
+    const T entriesOf3x2[6] = {1, 2, 3, 4, 5, 6};
+    // A tall matrix has no square block to invert: singular, never read past its end; a small
+    // out receives the part of the inverse that fits.
+    Matrix<T> tall(3, 2), o1(1, 1), o32(3, 2, entriesOf3x2);
+    EXPECT_EQ(tall.Inverse(o32, eps), 3);
+    EXPECT_EQ(o32(2, 1), T(6));
+    EXPECT_EQ(two.Inverse(o1, eps), 0);
+    EXPECT_EQ(o1(0, 0), T(2));
 }
 
 TYPED_TEST(SvdTyped, QrReflectionsAndRotations) {
