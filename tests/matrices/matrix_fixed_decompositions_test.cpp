@@ -57,32 +57,33 @@ M Symmetrized(M m) {
             m(i, j) = m(j, i);
     return m;
 }
-// A random matrix and the hard inputs every decomposition takes: zero, rank one, orthogonal (all
+// Random matrices and the hard inputs every decomposition takes: zero, rank one, orthogonal (all
 // singular values 1), a negative multiple of the identity, a zero column, extreme magnitudes.
 template <class M>
-std::vector<M> Inputs(unsigned seed) {
+std::vector<M> Inputs(unsigned seed, unsigned randoms) {
     M zeroColumn = Random<M>(seed);
     zeroColumn.SetColVector(0, typename M::Vector());
-    return {Random<M>(seed + 1),         M(),
-            RankOne<M>(seed + 2),        RandomOrthogonal<M>(seed + 3),
-            Identity<M>() * Elem<M>(-3), zeroColumn,
-            Extreme<M>(seed + 4, 1),     Extreme<M>(seed + 5, -1)};
+    std::vector<M> inputs = {M(),
+                             RankOne<M>(seed + 2),
+                             RandomOrthogonal<M>(seed + 3),
+                             zeroColumn,
+                             Extreme<M>(seed + 4, 1),
+                             Extreme<M>(seed + 5, -1),
+                             Identity<M>() * Elem<M>(-3)};
+    for (unsigned k = 0; k < randoms; ++k)
+        inputs.push_back(Random<M>(seed + 10 + k));
+    return inputs;
 }
-
-// ---- Singular values, rank, condition ---------------------------------------------------------
 
 TYPED_TEST(Decomposition, SvdContract) {
     using M = TypeParam;
     using T = Elem<M>;
-    std::vector<M> inputs = Inputs<M>(120);
-    for (unsigned seed = 100; seed < 120; ++seed)
-        inputs.push_back(Random<M>(seed));
+    const std::vector<M> inputs = Inputs<M>(100, 20);
     for (const M& a : inputs) {
         SCOPED_TRACE(testing::Message() << "input " << (&a - inputs.data()));
         M u, v;
         typename M::Vector s, alone;
-        ASSERT_EQ(a.SV_Decomposition(u, v, s, T(0)), 1);
-        ASSERT_EQ(a.CalculateSingularNumbers(alone), 1);
+        ASSERT_EQ(a.SV_Decomposition(u, v, s, T(0)) + a.CalculateSingularNumbers(alone), 2);
         EXPECT_LT(OrthogonalityError(u) + OrthogonalityError(v), 50 * Eps<M>());
         const T scale = std::fmax(s[0], std::numeric_limits<T>::min());
         EXPECT_LT(MaxAbsDiff(u * Diag<M>(s) * v.Transpose(), a) / scale, 50 * Eps<M>());
@@ -93,12 +94,12 @@ TYPED_TEST(Decomposition, SvdContract) {
     }
 }
 
-// Singular values at or below eps * s_max become 0, in the SVD, the rank and the polar factor.
-TYPED_TEST(Decomposition, RankAndDroppedSingularValues) {
+// Singular values at or below eps * s_max become 0 in the SVD, the rank and the polar factor.
+TYPED_TEST(Decomposition, RankConditionAndSmallSingularValues) {
     using M = TypeParam;
     using T = Elem<M>;
-    const M a = RankOne<M>(126) + Random<M>(127) * T(1e-3);
-    M u, v, q, s, d = Identity<M>();
+    const M a = RankOne<M>(126) + Random<M>(127) * T(1e-3), id = Identity<M>();
+    M u, v, q, s, d = id;
     typename M::Vector sigma;
     ASSERT_EQ(a.SV_Decomposition(u, v, sigma, T(1e-2)), 1);
     for (int i = 1; i < kN<M>; ++i)
@@ -114,41 +115,33 @@ TYPED_TEST(Decomposition, RankAndDroppedSingularValues) {
                          (RankOne<M>(131) + RankOne<M>(132)).CalculateRank(T(1e-4)),
                          d.CalculateRank(T(1e-2)),
                          d.CalculateRank(T(1e-4)),
-                         (Identity<M>() * T(1e6)).CalculateRank(T(1e-3))};  // relative to s_max
+                         (id * T(1e6)).CalculateRank(T(1e-3))};  // relative to s_max
     const int want[] = {1, kN<M>, 0, 2, kN<M> - 1, kN<M>, kN<M>};
     for (int i = 0; i < 7; ++i)
         EXPECT_EQ(ranks[i], want[i]) << "case " << i;
-}
 
-TYPED_TEST(Decomposition, ConditionNumbers) {
-    using M = TypeParam;
-    using T = Elem<M>;
-    const M id = Identity<M>();
+    // Condition numbers: by selector for the identity, sigma_max / sigma_min, the norm of the
+    // matrix times that of its inverse, and mlBigValue for a singular matrix.
     const mlMatrixNorm norms[] = {mlNormSpectral, mlNormRowSum, mlNormColumnSum, mlNormFrobenius,
                                   mlNormMaxElement};
     const int identityCondition[] = {1, 1, 1, kN<M>, kN<M> * kN<M>};
     for (int i = 0; i < 5; ++i)
         EXPECT_NEAR(id.ConditionNumber(norms[i]), T(identityCondition[i]), Tol<T>());
-    M d = id, inv;
-    d(0, 0) = T(1e-3);
     EXPECT_NEAR(d.ConditionNumber(mlNormSpectral), T(1e3), T(1e3) * Tol<T>());
-    const M a = Random<M>(133) + id * T(2);
-    ASSERT_EQ(a.Inverse(inv, T(0)), 0);
-    EXPECT_NEAR(a.ConditionNumber(mlNormRowSum), a.Norm(mlNormRowSum) * inv.Norm(mlNormRowSum),
-                Tol<T>() * a.ConditionNumber(mlNormRowSum));
+    const M b = Random<M>(133) + id * T(2);
+    ASSERT_EQ(b.Inverse(q, T(0)), 0);
+    EXPECT_NEAR(b.ConditionNumber(mlNormRowSum), b.Norm(mlNormRowSum) * q.Norm(mlNormRowSum),
+                Tol<T>() * b.ConditionNumber(mlNormRowSum));
     EXPECT_EQ(RankOne<M>(134).ConditionNumber(mlNormSpectral), mlBigValue<T>);
     EXPECT_EQ(M().ConditionNumber(mlNormRowSum), mlBigValue<T>);
 }
 
+// Columns scaled over twenty orders of magnitude: one-sided Jacobi keeps every singular value,
+// while rank and condition count a singular value at or below 3 epsilons times s_max as zero.
 TEST(DecompositionKnown, GradedMatricesKeepRelativeAccuracy) {
     using M = CMLMatrix3<double>;
-    CMLVector2<double> s2;
-    ASSERT_EQ(Make<CMLMatrix2<double>>({3, 0, 4, 5}).CalculateSingularNumbers(s2), 1);
-    EXPECT_NEAR(s2.x, std::sqrt(45.0), 1e-14);
-    EXPECT_NEAR(s2.y, std::sqrt(5.0), 1e-14);
-    // Columns scaled over twenty orders of magnitude: one-sided Jacobi keeps every singular value.
-    // Rank and condition judge 1e-10 against 3 epsilons times s_max: numerically singular.
     const M q = RandomOrthogonal<M>(128), a = q * Diag<M>({1e10, 1, 1e-10});
+    const M b = q * Diag<M>({1e6, 1, 1e-6});
     CMLVector3<double> s;
     ASSERT_EQ(a.CalculateSingularNumbers(s), 1);
     EXPECT_LT(
@@ -156,42 +149,46 @@ TEST(DecompositionKnown, GradedMatricesKeepRelativeAccuracy) {
         1e-12);
     EXPECT_EQ(a.CalculateRank(0.0), 2);
     EXPECT_EQ(a.ConditionNumber(mlNormSpectral), mlBigValue<double>);
-    const M b = q * Diag<M>({1e6, 1, 1e-6});
     EXPECT_EQ(b.CalculateRank(0.0), 3);
     EXPECT_EQ(b.CalculateRank(1e-9), 2);  // the threshold is 1e-9 * s_max
     EXPECT_NEAR(b.ConditionNumber(mlNormSpectral) / 1e12, 1, 1e-9);
-    // Scaled diagonally dominant: Jacobi keeps the small eigenvalues too.
-    const auto g = Make<M>({1e10, 1e2, 0, 1e2, 1, 1e-6, 0, 1e-6, 1e-10});
-    M v;
-    ASSERT_EQ(g.SymmetricEigensolve(s, v, 0.0), 1);
-    EXPECT_NEAR(s.x / 1e-10, 1 - 1e-2, 1e-6);  // 1e-10 - (1e-6)^2 / 1
-    EXPECT_NEAR(s.y, 1 - 1e-6, 1e-12);
-    EXPECT_NEAR(s.z / 1e10, 1, 1e-14);
 }
 
-TYPED_TEST(Decomposition, NonFiniteInputIsRejected) {
+// Non-finite elements, asymmetry beyond eps and, when positivity is required, an indefinite
+// matrix fail and leave the outputs as they were.
+TYPED_TEST(Decomposition, RejectedInputsLeaveOutputsUntouched) {
     using M = TypeParam;
     using T = Elem<M>;
     const T nan = std::numeric_limits<T>::quiet_NaN();
-    M bad = Random<M>(129), u = Identity<M>(), v = Identity<M>(), sym = Identity<M>();
-    bad(kN<M> - 1, 0) = sym(kN<M> - 1, 0) = sym(0, kN<M> - 1) = nan;
+    const M sym = Symmetrized(Random<M>(162));
+    M bad = Random<M>(129), badSym = Identity<M>(), skew = sym, indefinite = Identity<M>();
+    bad(kN<M> - 1, 0) = badSym(kN<M> - 1, 0) = badSym(0, kN<M> - 1) = nan;
+    skew(0, 1) += T(1e-3);
+    indefinite(0, 0) = T(-1);
+    M u = Identity<M>(), v = Identity<M>();
     typename M::Vector s(T(5));
     EXPECT_EQ(bad.SV_Decomposition(u, v, s, T(0)) + bad.CalculateSingularNumbers(s), 0);
     EXPECT_EQ(bad.QR_Decomposition(u, v, T(0)) + bad.PolarDecomposition(u, v, 0, T(0)), 0);
+    EXPECT_EQ(badSym.SymmetricEigensolve(s, u, T(1)) + badSym.IsPositive(T(0)), 0);
+    EXPECT_EQ(skew.SymmetricEigensolve(s, u, T(1e-4)), 0);
+    EXPECT_EQ(skew.SpectralDecomposition(u, v, 0, T(1e-4)), 0);
+    EXPECT_EQ(indefinite.SpectralDecomposition(u, v, 1, T(1e-6)), 0);
     EXPECT_EQ(s[0], T(5));
-    EXPECT_EQ(MaxAbsDiff(u, Identity<M>()), T(0));
+    EXPECT_EQ(MaxAbsDiff(u, Identity<M>()) + MaxAbsDiff(v, Identity<M>()), T(0));
     EXPECT_EQ(bad.CalculateRank(T(0)), -1);
     EXPECT_EQ(bad.ConditionNumber(mlNormSpectral), mlBigValue<T>);
-    EXPECT_EQ(sym.SymmetricEigensolve(s, u, T(1)) + sym.IsPositive(T(0)), 0);
+    // Symmetric within eps is enough; positivity is only checked when required.
+    EXPECT_EQ(skew.SymmetricEigensolve(s, u, T(1e-2)), 1);
+    EXPECT_EQ((sym * sym + Identity<M>()).SpectralDecomposition(u, v, 1, T(1e-6)), 1);
+    EXPECT_EQ(indefinite.SpectralDecomposition(u, v, 0, T(1e-6)), 1);
+    EXPECT_EQ(v(0, 0), T(-1));
 }
-
-// ---- Polar, QR, LU ----------------------------------------------------------------------------
 
 TYPED_TEST(Decomposition, PolarAndQrContracts) {
     using M = TypeParam;
     using T = Elem<M>;
     const T tol = 100 * Eps<M>();
-    const std::vector<M> inputs = Inputs<M>(135);
+    const std::vector<M> inputs = Inputs<M>(135, 1);
     for (const M& a : inputs) {
         SCOPED_TRACE(testing::Message() << "input " << (&a - inputs.data()));
         const T scale = std::fmax(T(1), MaxAbs(a));
@@ -201,25 +198,20 @@ TYPED_TEST(Decomposition, PolarAndQrContracts) {
             ASSERT_EQ(a.PolarDecomposition(q, s, side, T(0)), 1);
             ASSERT_EQ(s.SymmetricEigensolve(w, vectors, T(0)), 1);
             EXPECT_LT(OrthogonalityError(q), tol);
-            EXPECT_EQ(s.IsSymmetric(T(0)), 1);
-            EXPECT_GE(w[0], -tol * scale);  // positive semidefinite
+            EXPECT_GE(w[0], -tol * scale);  // symmetric positive semidefinite
             EXPECT_LT(MaxAbsDiff(side == 0 ? q * s : s * q, a) / scale, tol);
         }
         ASSERT_EQ(a.QR_Decomposition(q, r, T(0)), 1);
         EXPECT_LT(OrthogonalityError(q), tol);
         EXPECT_EQ(r.IsURTriangular(T(0)), 1);
-        for (int i = 0; i < kN<M>; ++i)
-            EXPECT_GE(r(i, i), T(0));
+        EXPECT_GE(r.Diagonal().GetMinComponent(0), T(0));
         EXPECT_LT(MaxAbsDiff(q * r, a) / scale, tol);
     }
     // A column already zero below the diagonal within eps is not reflected.
     M upper = Identity<M>(), q, r;
     upper(1, 0) = T(1e-8);
-    upper(0, 1) = T(3);
     ASSERT_EQ(upper.QR_Decomposition(q, r, T(1e-6)), 1);
-    EXPECT_EQ(MaxAbsDiff(q, Identity<M>()), T(0));
-    EXPECT_EQ(r(1, 0), T(0));
-    EXPECT_EQ(r(0, 1), T(3));
+    EXPECT_EQ(MaxAbsDiff(q, Identity<M>()) + MaxAbsDiff(r, Identity<M>()), T(0));
 }
 
 TYPED_TEST(Decomposition, DoolittleLuWithoutRowExchanges) {
@@ -246,17 +238,14 @@ TYPED_TEST(Decomposition, DoolittleLuWithoutRowExchanges) {
     EXPECT_EQ(l(1, 0) + u(0, 1), T(4));
 }
 
-// ---- Symmetric eigenproblems ------------------------------------------------------------------
-
 TYPED_TEST(Decomposition, SymmetricEigensolveContract) {
     using M = TypeParam;
     using T = Elem<M>;
-    const T tol = 50 * Eps<M>();
     M d = Identity<M>() * T(2);
     d(kN<M> - 1, kN<M> - 1) = T(5);  // 2 repeated N - 1 times
-    const M q = RandomOrthogonal<M>(160), repeated = Symmetrized(q * d * q.Transpose());
-    std::vector<M> inputs = {M(), Identity<M>() * T(7), repeated, Symmetrized(Extreme<M>(161, -1)),
-                             Symmetrized(Extreme<M>(162, 1))};
+    const M q = RandomOrthogonal<M>(160);
+    std::vector<M> inputs = {Symmetrized(q * d * q.Transpose()), M(), Identity<M>() * T(7),
+                             Symmetrized(Extreme<M>(161, -1)), Symmetrized(Extreme<M>(162, 1))};
     for (unsigned seed = 150; seed < 160; ++seed)
         inputs.push_back(Symmetrized(Random<M>(seed)));
     for (const M& a : inputs) {
@@ -266,41 +255,17 @@ TYPED_TEST(Decomposition, SymmetricEigensolveContract) {
         ASSERT_EQ(a.SymmetricEigensolve(w, v, T(0)), 1);
         ASSERT_EQ(a.SpectralDecomposition(vectors, values, 0, T(0)), 1);
         const T scale = std::fmax(std::numeric_limits<T>::min(), MaxAbs(a));
-        EXPECT_LT(OrthogonalityError(v), tol);
+        EXPECT_LT(OrthogonalityError(v), 50 * Eps<M>());
         for (int i = 1; i < kN<M>; ++i)
             EXPECT_LE(w[i - 1], w[i]);
-        EXPECT_LT(MaxAbsDiff(a * v, v * Diag<M>(w)) / scale, tol);
+        EXPECT_LT(MaxAbsDiff(a * v, v * Diag<M>(w)) / scale, 50 * Eps<M>());
         EXPECT_EQ(values.IsDiagonal(T(0)), 1);
-        EXPECT_LT(MaxAbsDiff(vectors * values * vectors.Transpose(), a) / scale, tol);
-        if (&a == &inputs[2]) {  // the repeated eigenvalue
+        EXPECT_LT(MaxAbsDiff(vectors * values * vectors.Transpose(), a) / scale, 50 * Eps<M>());
+        if (&a == &inputs[0]) {  // the repeated eigenvalue
             EXPECT_LT((w - d.Diagonal()).NormInf(), 20 * Tol<T>());
         }
     }
 }
-
-TYPED_TEST(Decomposition, SymmetricRequirementsAndPositivity) {
-    using M = TypeParam;
-    using T = Elem<M>;
-    const M a = Symmetrized(Random<M>(162));
-    M skew = a, v = Identity<M>(), b = Identity<M>(), indefinite = Identity<M>();
-    skew(0, 1) += T(1e-3);
-    typename M::Vector w(T(8));
-    EXPECT_EQ(
-        skew.SymmetricEigensolve(w, v, T(1e-4)) + skew.SpectralDecomposition(v, b, 0, T(1e-4)), 0);
-    EXPECT_EQ(w[0], T(8));
-    EXPECT_EQ(MaxAbsDiff(v, Identity<M>()), T(0));
-    EXPECT_EQ(skew.SymmetricEigensolve(w, v, T(1e-2)), 1);  // symmetric within eps
-    EXPECT_EQ((a * a + Identity<M>()).SpectralDecomposition(v, b, 1, T(1e-6)), 1);
-    EXPECT_GT(b(0, 0), T(0));
-    indefinite(0, 0) = T(-1);
-    v = Identity<M>() * T(3);
-    EXPECT_EQ(indefinite.SpectralDecomposition(v, b, 1, T(1e-6)), 0);
-    EXPECT_EQ(MaxAbsDiff(v, Identity<M>() * T(3)), T(0));
-    EXPECT_EQ(indefinite.SpectralDecomposition(v, b, 0, T(1e-6)), 1);
-    EXPECT_EQ(b(0, 0), T(-1));
-}
-
-// ---- General eigenproblems (2x2 and 3x3) ------------------------------------------------------
 
 template <class T>
 std::complex<T> C(const CMLComplex<T>& z) {
@@ -309,15 +274,13 @@ std::complex<T> C(const CMLComplex<T>& z) {
 
 // Eigenvalues in the documented order (real ascending, then pairs with the positive imaginary part
 // first), summing to the trace and multiplying to the determinant; then, when given, the expected
-// values and real count.
+// values and real count. Returns the real count.
 template <class M>
 int ExpectEigenvalues(const M& a, CMLComplex<Elem<M>>* values, Elem<M> tol,
                       std::initializer_list<std::complex<double>> want = {}, int wantReal = -1) {
     using T = Elem<M>;
     const int real = a.FindEigenvalues(values);
-    EXPECT_GE(real, 0);
-    if (real < 0) return real;
-    EXPECT_EQ((kN<M> - real) % 2, 0);
+    EXPECT_TRUE(real >= 0 && (kN<M> - real) % 2 == 0) << real;
     std::complex<T> sum = 0, product = 1;
     for (int k = 0; k < kN<M>; ++k) {
         if (k < real) {
@@ -333,9 +296,7 @@ int ExpectEigenvalues(const M& a, CMLComplex<Elem<M>>* values, Elem<M> tol,
     const T scale = std::fmax(T(1), MaxAbs(a)), floor = std::fmax(tol, 100 * Eps<M>());
     EXPECT_LT(std::abs(sum - a.Trace()), floor * scale);
     EXPECT_LT(std::abs(product - a.Det()), floor * std::pow(scale, T(kN<M>)));
-    if (wantReal >= 0) {
-        EXPECT_EQ(real, wantReal);
-    }
+    EXPECT_TRUE(wantReal < 0 || real == wantReal) << real;
     for (int k = 0; k < kN<M> && k < int(want.size()); ++k)
         EXPECT_LE(std::abs(C(values[k]) - std::complex<T>(want.begin()[k])), tol) << k;
     return real;
@@ -360,9 +321,8 @@ TYPED_TEST(Eigen23, EigenvaluesOfRandomAndHardInputs) {
     EXPECT_NEAR(values[0].Real(), T(0), 10 * tol);
     EXPECT_NEAR(values[kN<M> - 1].Real(), T(2), 10 * tol);
     values[0].Set(T(4), T(4));
-    M nan = Identity<M>();
-    nan(1, 0) = std::numeric_limits<T>::quiet_NaN();
-    EXPECT_EQ(nan.FindEigenvalues(values), -1);
+    scaled(1, 0) = std::numeric_limits<T>::quiet_NaN();
+    EXPECT_EQ(scaled.FindEigenvalues(values), -1);
     EXPECT_EQ(values[0].Real(), T(4));
 }
 
@@ -373,11 +333,16 @@ TYPED_TEST(Eigen3, KnownEigenvalues) {
     ExpectEigenvalues(Make<CMLMatrix2<T>>({0, -1, 1, 0}), v2, tol, {{0, 1}, {0, -1}}, 0);
     ExpectEigenvalues(Make<CMLMatrix2<T>>({1, 1, 0, 1}), v2, T(0), {1, 1}, 2);  // defective
     ExpectEigenvalues(Make<CMLMatrix2<T>>({3, 0, 0, -2}), v2, T(0), {-2, 3}, 2);
-    // The companion matrix of (x - 1)(x - 2)(x - 3); twice a quarter turn about Z.
-    ExpectEigenvalues(Make<CMLMatrix3<T>>({6, -11, 6, 1, 0, 0, 0, 1, 0}), v3, 100 * tol, {1, 2, 3},
-                      3);
+    // The companion matrix of (x - 1)(x - 2)(x - 3); twice a quarter turn about Z; a rotation by
+    // 60 degrees.
+    const auto companion = Make<CMLMatrix3<T>>({6, -11, 6, 1, 0, 0, 0, 1, 0});
+    ExpectEigenvalues(companion, v3, 100 * tol, {1, 2, 3}, 3);
     ExpectEigenvalues(Make<CMLMatrix3<T>>({0, -2, 0, 2, 0, 0, 0, 0, 2}), v3, tol,
                       {{2, 0}, {0, 2}, {0, -2}}, 1);
+    CMLMatrix3<T> r;
+    ASSERT_EQ(r.SetRotationByAngleAxis(T(60), CMLVector3<T>(1, 2, 2)), 1);
+    const std::complex<double> turn(0.5, std::sqrt(3.0) / 2);
+    ExpectEigenvalues(r, v3, 20 * tol, {1, turn, std::conj(turn)}, 1);
     // A triple root and nilpotent matrices lose accuracy to the cube root of epsilon only; the
     // subdiagonal of the nilpotent ones shrinks with its diagonal neighbours, and the iteration
     // must still end.
@@ -387,18 +352,10 @@ TYPED_TEST(Eigen3, KnownEigenvalues) {
                           Make<CMLMatrix3<T>>({0, 1, 0, -2, -2, -2, 2, 1, 2}),
                           Make<CMLMatrix3<T>>({0, 2, 0, -2, -2, 2, -2, 0, 2})})
         ExpectEigenvalues(a, v3, cube * MaxAbs(a), {0, 0, 0});
-    // A rotation by 60 degrees: 1 and exp(+-i 60 degrees).
-    CMLMatrix3<T> r;
-    ASSERT_EQ(r.SetRotationByAngleAxis(T(60), CMLVector3<T>(1, 2, 2)), 1);
-    const std::complex<double> turn(0.5, std::sqrt(3.0) / 2);
-    ExpectEigenvalues(r, v3, 200 * std::numeric_limits<T>::epsilon(), {1, turn, std::conj(turn)},
-                      1);
 }
 
-// ---- Eigenvectors (2x2 and 3x3) ---------------------------------------------------------------
-
-// The real pairs: unit vectors with their largest component positive, small residuals, and an
-// orthonormal basis for a repeated eigenvalue.
+// Real pairs: unit vectors with their largest component positive, small residuals, and an
+// orthonormal basis of a repeated eigenvalue's space.
 template <class M>
 void ExpectRealPairs(const M& a, int expected, Elem<M> tol) {
     using T = Elem<M>;
@@ -447,9 +404,11 @@ TYPED_TEST(Eigen23, Eigenvectors) {
         ASSERT_GE(real, 0);
         for (int k = 0; k < kN<M>; ++k)
             ExpectComplexVector(a, values[k], tol);
-        if (seed < 220) ExpectRealPairs(a, real, tol);
+        ExpectRealPairs(a, real, tol);
         ExpectRealPairs(Symmetrized(a), kN<M>, tol);
     }
+    // One eigenspace (an orthonormal basis), a repeated eigenvalue, a defective one (a vector
+    // short), a complex pair (no real vector).
     const M q = RandomOrthogonal<M>(221);
     M d = Identity<M>() * T(2), jordan = d, rotation = Identity<M>();
     d(0, 0) = T(-1);
@@ -457,13 +416,19 @@ TYPED_TEST(Eigen23, Eigenvectors) {
     rotation(0, 0) = rotation(1, 1) = T(0);
     rotation(0, 1) = T(-1);
     rotation(1, 0) = T(1);
-    ExpectRealPairs(Identity<M>(), kN<M>, tol);  // one eigenspace: an orthonormal basis
+    ExpectRealPairs(Identity<M>(), kN<M>, tol);
     ExpectRealPairs(M(), kN<M>, tol);
-    ExpectRealPairs(Symmetrized(q * d * q.Transpose()), kN<M>, tol);  // repeated, rotated
-    ExpectRealPairs(jordan, kN<M> - 1, tol);                          // defective: one vector short
-    ExpectRealPairs(rotation, kN<M> - 2, tol);         // a complex pair has no real vector
+    ExpectRealPairs(Symmetrized(q * d * q.Transpose()), kN<M>, tol);
+    ExpectRealPairs(jordan, kN<M> - 1, tol);
+    ExpectRealPairs(rotation, kN<M> - 2, tol);
     ExpectComplexVector(d, CMLComplex<T>(2, 0), tol);  // a plane of eigenvectors
     ExpectComplexVector(M(), CMLComplex<T>(0, 0), tol);
+    if constexpr (kN<M> == 3) {
+        ExpectRealPairs(Make<M>({2, 1, 0, 0, 2, 1, 0, 0, 2}), 1, tol);  // a Jordan block of three
+        M turn;  // the axis, (1, 2, 2) / 3, is the one real eigenvector
+        ASSERT_EQ(turn.SetRotationByAngleAxis(T(60), CMLVector3<T>(1, 2, 2)), 1);
+        ExpectRealPairs(turn, 1, tol);
+    }
     // Elements near the top of the range: the rows' products must not overflow (a regression).
     const M huge = Random<M>(251) * T(std::is_same_v<T, float> ? 1e30 : 1e300);
     typename M::Vector re(T(3)), im(T(3));
@@ -474,22 +439,6 @@ TYPED_TEST(Eigen23, Eigenvectors) {
     re = im = typename M::Vector(T(3));
     EXPECT_EQ(Identity<M>().FindEigenvectorComplex(CMLComplex<T>(1, 0.5), re, im, tol), 0);
     EXPECT_EQ(re[0] + im[0], T(6));
-}
-
-TYPED_TEST(Eigen3, RotationAxisAndJordanBlock) {
-    using T = TypeParam;
-    const T tol = 200 * std::numeric_limits<T>::epsilon();
-    CMLMatrix3<T> r;
-    ASSERT_EQ(r.SetRotationByAngleAxis(T(60), CMLVector3<T>(1, 2, 2)), 1);
-    T real[3];
-    CMLVector3<T> axis[3];
-    ASSERT_EQ(r.FindEigenvectorsReal(real, axis, T(1e-6)), 1);
-    EXPECT_LT((axis[0] - CMLVector3<T>(1, 2, 2) / T(3)).NormInf(), tol);
-    // A Jordan block of three: a single eigenvector.
-    const auto jordan = Make<CMLMatrix3<T>>({2, 1, 0, 0, 2, 1, 0, 0, 2});
-    ASSERT_EQ(jordan.FindEigenvectorsReal(real, axis, T(1e-9)), 1);
-    EXPECT_EQ(real[0], T(2));
-    EXPECT_LT((axis[0] - CMLVector3<T>(1, 0, 0)).NormInf(), tol);
 }
 
 }  // namespace
