@@ -1,5 +1,5 @@
-// Shared by the fixed-matrix tests: readable failure messages, element types, tolerances,
-// deterministic random matrices and residual measures.
+// Shared by the fixed-matrix tests: element types, tolerances, deterministic random matrices and
+// residual measures.
 #ifndef ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
 #define ML_TESTS_MATRIX_FIXED_TEST_SUPPORT_H
 
@@ -8,29 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <limits>
-#include <ostream>
 #include <random>
 #include <type_traits>
-
-template <class M>
-void PrintMatrix(const M& m, std::ostream* os) {
-    for (int k = 0; k < M::Size() * M::Size(); ++k)
-        *os << (k == 0 ? "[" : k % M::Size() ? ", " : "; ") << m[k];
-    *os << ']';
-}
-template <class T>
-void PrintTo(const CMLMatrix2<T>& m, std::ostream* os) {
-    PrintMatrix(m, os);
-}
-template <class T>
-void PrintTo(const CMLMatrix3<T>& m, std::ostream* os) {
-    PrintMatrix(m, os);
-}
-template <class T>
-void PrintTo(const CMLMatrix4<T>& m, std::ostream* os) {
-    PrintMatrix(m, os);
-}
 
 namespace fixed_matrix_test {
 
@@ -43,7 +24,7 @@ using Elem = std::remove_cv_t<std::remove_reference_t<decltype(std::declval<cons
 template <class M>
 constexpr int kN = M::Size();
 
-// Round-off allowance of one well-conditioned computation.
+// Round-off allowance of one well-conditioned computation; machine epsilon.
 template <class T>
 T Tol() {
     return std::is_same_v<T, float> ? T(2e-5) : T(1e-12);
@@ -53,7 +34,7 @@ Elem<M> Eps() {
     return std::numeric_limits<Elem<M>>::epsilon();
 }
 
-// A matrix from a row-major list of values, and a diagonal one.
+// A matrix from a row-major list of values; a diagonal one from a list or a vector; the identity.
 template <class M>
 M Make(std::initializer_list<double> values) {
     M m;
@@ -62,15 +43,16 @@ M Make(std::initializer_list<double> values) {
         m[k++] = Elem<M>(v);
     return m;
 }
+template <class M, class V>
+M Diag(const V& d) {
+    M m;
+    for (int i = 0; i < kN<M>; ++i)
+        m(i, i) = Elem<M>(d[i]);
+    return m;
+}
 template <class M>
 M Diag(std::initializer_list<double> values) {
-    M m;
-    int i = 0;
-    for (double v : values) {
-        m(i, i) = Elem<M>(v);
-        ++i;
-    }
-    return m;
+    return Diag<M>(values.begin());
 }
 template <class M>
 M Identity() {
