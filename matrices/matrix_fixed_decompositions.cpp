@@ -165,6 +165,12 @@ T FrobeniusNorm(const T* a) {
     return std::ldexp(std::sqrt(sc), e);
 }
 
+// The larger of a and b, NaN when either is NaN: the norm of a matrix holding NaN is NaN.
+template <class T>
+T MaxKeepingNaN(T a, T b) {
+    return (b > a || b != b) ? b : a;
+}
+
 template <class T, int N>
 T Norm(const T* a, int selector) {
     switch (selector) {
@@ -174,7 +180,7 @@ T Norm(const T* a, int selector) {
                 T s = T(0);
                 for (int i = 0; i < N; ++i)
                     s += Abs(a[i * N + j]);
-                best = j == 0 ? s : Max(best, s);
+                best = j == 0 ? s : MaxKeepingNaN(best, s);
             }
             return best;
         }
@@ -184,7 +190,7 @@ T Norm(const T* a, int selector) {
                 T s = T(0);
                 for (int j = 0; j < N; ++j)
                     s += Abs(a[i * N + j]);
-                best = i == 0 ? s : Max(best, s);
+                best = i == 0 ? s : MaxKeepingNaN(best, s);
             }
             return best;
         }
@@ -196,7 +202,7 @@ T Norm(const T* a, int selector) {
         case 4: {
             T m = T(0);
             for (int k = 0; k < N * N; ++k)
-                m = Max(m, Abs(a[k]));
+                m = MaxKeepingNaN(m, Abs(a[k]));
             return T(N) * m;
         }
         default:

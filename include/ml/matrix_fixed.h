@@ -690,7 +690,7 @@ protected:
 //  - Norm(norm): by selector value 0 the largest column sum of |x|, 1 the largest row sum, 2 the
 //    Frobenius norm, 3 the spectral norm (largest singular value, computed through a temporary
 //    CMLMatrixMN exactly as its own Norm does: the one member that allocates), 4 N times the
-//    largest |x|; any other value the Frobenius norm.
+//    largest |x|; any other value the Frobenius norm. A NaN element makes every norm NaN.
 //  - Inverse(out, norm, eps, cond): Inverse(out, eps) that also gives the condition estimate
 //    Norm(norm) * out.Norm(norm) in cond (mlBigValue when the call returns 3).
 //  - ConditionNumber(norm): sigma_max / sigma_min for the spectral norm, else

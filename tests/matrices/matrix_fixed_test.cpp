@@ -297,6 +297,13 @@ TYPED_TEST(FixedMatrixReal, NormsBySelector) {
     EXPECT_EQ(a.Norm(static_cast<mlMatrixNorm>(7)), a.Norm(mlNormFrobenius));  // any other
     EXPECT_EQ(Diag<CMLMatrix3<T>>({1, -5, 2}).Norm(mlNormMaxElement), T(15));
     EXPECT_EQ(CMLMatrix4<T>().Norm(mlNormSpectral), T(0));
+    // A NaN anywhere makes every norm NaN, in the first element as in the last.
+    for (int k : {0, 8}) {
+        auto nan = Diag<CMLMatrix3<T>>({1, 2, 3});
+        nan[k] = std::numeric_limits<T>::quiet_NaN();
+        for (int sel = 0; sel <= 4; ++sel)
+            EXPECT_TRUE(std::isnan(nan.Norm(static_cast<mlMatrixNorm>(sel)))) << k << ' ' << sel;
+    }
 }
 
 TYPED_TEST(FixedMatrixTyped, ScalarsAndElementFilters) {
