@@ -218,9 +218,9 @@ TYPED_TEST(FixedVectorReal, ColinearityScalesByTheLargestComponent) {
     const V3<T> q0(1000, 1000, 1000), dx(1, 0, 0), dy(0, 1, 0);
     EXPECT_EQ(mlArePointsCollinear(q0, q0 + dx, q0 + dy, T(0.01)), 0);
     EXPECT_EQ(mlArePointsCollinear(q0, q0 + dx, q0 + dy, T(1.5)), 1);
-    // Coplanarity: the triple product 100 of a, b, c is measured against precision * 100.
+    // Coplanarity: |triple| against precision * M, M from all three (50 < 1 * 100 here).
     const V3<T> a(100, 0, 0), b(0, 100, 0), c(0, 0, T(0.01));
-    EXPECT_EQ(mlAreVectorsCoplanar(a, b, c, T(2)), 1);
+    EXPECT_EQ(mlAreVectorsCoplanar(a, dy * T(2), V3<T>(0, 0, T(0.25)), T(1)), 1);
     EXPECT_EQ(mlAreVectorsCoplanar(a, b, c, T(0.5)), 0);
     EXPECT_EQ(mlArePointsCoplanar(q0, q0 + a, q0 + b, q0 + c, T(0.5)), 0);
 }
