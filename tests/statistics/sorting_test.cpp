@@ -188,19 +188,23 @@ TEST(SortingClass, ExternalArraysAreSortedInPlaceOwnedOnesCopied) {
     own.GetData(n, external, ascending, absolute);
     EXPECT_EQ(std::vector<int>({n, external, ascending, absolute}), std::vector<int>({2, 0, 0, 0}));
     EXPECT_EQ(own.GetArray()[0], 2.0);
-    // The flag-only setter keeps the pointer; taking ownership copies the caller's array first.
-    ext.SetData(3, 1, 0, 0);
-    EXPECT_EQ(ext.GetArray(), a);
-    ext.Sort();
-    EXPECT_EQ(std::vector<double>(a, a + 4), (std::vector<double>{2, 1, 0, 3}));
-    ext.SetData(3, 0, 1, 0);
-    EXPECT_NE(ext.GetArray(), a);
-    ext.Sort();
-    EXPECT_EQ(a[0], 2.0);
-    EXPECT_EQ(ext.GetArray()[0], 0.0);
     ext.SetSortingType(0, 1);
     ext.GetData(n, external, ascending, absolute);
     EXPECT_EQ(std::vector<int>({ascending, absolute}), std::vector<int>({0, 1}));
+    // The flag-only setter keeps the pointer: external 0 hands the caller's array to the object,
+    // which sorts it in place and frees it; external 1 leaves the object's array to the caller.
+    double* heap = new double[4]{3, 1, 2, 0};
+    CMLSorting<double> handed(4, heap, 1, 1, 0);
+    handed.SetData(3, 0, 0, 0);
+    EXPECT_EQ(handed.GetArray(), heap);
+    handed.Sort();
+    EXPECT_EQ(std::vector<double>(heap, heap + 4), (std::vector<double>{3, 2, 1, 0}));
+    double* released = own.GetArray();
+    own.SetData(-1, 1, 1, 0);
+    own.GetData(n, external, ascending, absolute);
+    EXPECT_EQ(std::vector<int>({n, external}), std::vector<int>({0, 1}));
+    EXPECT_EQ(own.GetArray(), released);
+    delete[] released;
 }
 
 TEST(SortingClass, OutputsRangesAndIndices) {
