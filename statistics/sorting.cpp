@@ -444,15 +444,7 @@ void CMLSorting<T>::SetData(int n, T* data, int external, int ascending, int abs
 
 template <class T>
 void CMLSorting<T>::SetData(int n, int external, int ascending, int absolute) {
-    const int count = n > 0 ? n : 0;
-    if (m_external && !external && m_data) {
-        T* copy = count > 0 ? new (std::nothrow) T[static_cast<std::size_t>(count)] : nullptr;
-        if (copy)
-            for (int k = 0; k < count; ++k)
-                copy[k] = m_data[k];
-        m_data = copy;
-    }
-    m_n = count;
+    m_n = n > 0 ? n : 0;
     m_external = external;
     m_ascending = ascending;
     m_absolute = absolute;

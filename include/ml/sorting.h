@@ -59,9 +59,10 @@ public:
     void SetData(int n, T* data, int external, int ascending, int absolute);
     // SetData with the stored external flag and order flags.
     void SetArray(int n, T* data) { SetData(n, data, m_external, m_ascending, m_absolute); }
-    // Stores count and flags and keeps the pointer. The count must not exceed the array. Turning
-    // an adopted array into an owned one (external 1 -> 0) copies it first, so it is never freed
-    // from under the caller; the reverse leaves the owned copy to the caller (it is not freed).
+    // Stores count (max(n, 0)) and flags and keeps the pointer; the count must not exceed the
+    // array. The flag decides who frees the array: external 0 hands an adopted array over to the
+    // object, which frees it with delete[] (so it must come from new[]); a nonzero flag leaves
+    // the object's own array to the caller, who then frees it.
     void SetData(int n, int external, int ascending, int absolute);
     void GetData(int& n, int& external, int& ascending, int& absolute) const {
         n = m_n;
