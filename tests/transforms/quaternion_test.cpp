@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -166,6 +167,13 @@ TYPED_TEST(QuaternionTyped, RotationsAreRightHandedSandwichProducts) {
         EXPECT_NEAR(angle, expected, Tol<T>());
         EXPECT_TRUE(Near(axis, V3<T>(0, 0, 0), T(0)));
     }
+    if constexpr (std::is_same_v<T, double>) {  // float cannot hold a half angle this small
+        // The axis appears once the sine of the half angle exceeds 1e-6.
+        Q<T>(std::cos(T(5e-7)), std::sin(T(5e-7)), 0, 0).GetAngleAndAxis(angle, axis);
+        EXPECT_TRUE(Near(axis, V3<T>(0, 0, 0), T(0)));
+        Q<T>(std::cos(T(2e-6)), std::sin(T(2e-6)), 0, 0).GetAngleAndAxis(angle, axis);
+        EXPECT_NEAR(axis.x, T(1), T(1e-3));
+    }
 }
 
 TYPED_TEST(QuaternionTyped, ArithmeticExactValues) {
@@ -319,6 +327,14 @@ TYPED_TEST(QuaternionTyped, EulerDegreesWrapAndOutOfRangeOrders) {
     EXPECT_EQ(a + b + c, T(21));
     EXPECT_EQ(q.SetByEulerAngles(10, 20, 30, mlRotationsOrder(6)), 0);
     EXPECT_TRUE(Near(q, Q<T>(), T(0)));
+    // Gimbal lock survives the round-off of the quaternion: the rotation about the shared axis
+    // is split equally between the first and the third angle.
+    for (const auto& [o, x, z] :
+         {std::tuple(mlXYZ, T(-10), T(10)), std::tuple(mlZYX, T(20), T(20))}) {
+        q.SetByEulerAngles(10, 90, 30, o);
+        q.ExtractEulerAngles(o, a, b, c);
+        EXPECT_TRUE(Near(V3<T>(a, b, c), V3<T>(x, 90, z), tol)) << o;
+    }
 }
 
 }  // namespace
