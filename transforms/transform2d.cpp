@@ -68,7 +68,7 @@ bool OrthonormalBlock(const CMLMatrix3<T>& m, T eps) {
 // ---- CMLBase2DTransform -------------------------------------------------------------------------
 
 template <class T>
-int CMLBase2DTransform<T>::Invert(CMLMatrix3<T>& out, T eps) const {
+int CMLBase2DTransform<T>::Invert(CMLMatrix3<T>& out, T eps) {
     return m_matrix.Inverse(out, eps) == 0 ? 1 : 0;
 }
 

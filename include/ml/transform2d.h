@@ -56,8 +56,9 @@ public:
         return *this;
     }
     // out := the inverse of the matrix (CMLMatrix3::Inverse(out, eps)); returns 1 on success and
-    // 0, with out untouched, when |det| < eps.
-    virtual int Invert(CMLMatrix3<T>& out, T eps) const;
+    // 0, with out untouched, when |det| < eps. Not const: derived transforms override this very
+    // signature.
+    virtual int Invert(CMLMatrix3<T>& out, T eps);
     // 0 for a general transform; derived classes return their own code.
     virtual int GetTypeOfTransform() const { return 0; }
     virtual ~CMLBase2DTransform() = default;
