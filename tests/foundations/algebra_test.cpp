@@ -418,7 +418,7 @@ TEST(AlgebraCallables, PointersLambdasAndFunctionObjects) {
     EXPECT_NEAR(A::Bisection<double>(0, 1, 1e-12, object), 0.6, 1e-9);
     // An overload set: the pointer overload selects the member for T.
     EXPECT_NEAR(A::Bisection<double>(0, 1, 1e-12, Overloaded), 0.25, 1e-9);
-    EXPECT_NEAR(A::Bisection<float>(0, 1, 1e-7f, Overloaded), 0.5f, 1e-7f);
+    EXPECT_NEAR(A::Bisection(0.0f, 1.0f, 1e-7, Overloaded), 0.5f, 1e-7f);  // the tolerance converts
     // The function object is called, not copied: its state is visible afterwards.
     struct Counter {
         int calls = 0;
