@@ -42,10 +42,10 @@ TYPED_TEST(AlgebraTyped, PermutationsAndCombinations) {
     const T perms[][2] = {{0, 1}, {1, 1}, {-3, 1}, {5, 120}, {T(2.7), 6}};  // k < n + 0.5: 2 * 3
     for (const auto& r : perms)
         EXPECT_EQ(A::Permutations(r[0]), r[1]) << r[0];
-    // n(n-1)/2 stands for every k within 1 of 2 or of n - 2: C(5.5, 3.5) is 5.5 * 4.5 / 2.
+    // n(n-1)/2 stands for every k within 1 of 2 or of n - 2: C(5.75, 3.5) is 5.75 * 4.75 / 2.
     const T combs[][3] = {{5, 0, 1},    {5, 5, 1}, {5, 2, 10},
                           {5, 3, 10},   {5, 1, 5}, {5, 4, 5},
-                          {10, 5, 252}, {3, 7, 1}, {T(5.5), T(3.5), T(12.375)}};
+                          {10, 5, 252}, {3, 7, 1}, {T(5.75), T(3.5), T(13.65625)}};
     for (const auto& r : combs)
         EXPECT_EQ(A::Combinations(r[0], r[1]), r[2]) << r[0] << " over " << r[1];
 }
@@ -221,13 +221,14 @@ TEST(AlgebraRootFinders, StoppingRulesAndCaps) {
         return [&calls, f](double x) { return ++calls, f(x); };
     };
     double root = -7;
-    // Bisection: |f(mid)| <= 1e-9 ends the halving on the first midpoint (f(1) = -6.25e-10); the
-    // same residual at an end returns that end.
+    // Bisection: |f| <= 1e-9 stops it at the first midpoint (f(1) = -6.25e-10) or at an end.
     EXPECT_EQ(A::Bisection(0.0, 2.0, 1e-15, [](double x) { return (x - 1.0625) * 1e-8; }), 1.0);
     EXPECT_EQ(A::Bisection(0.0, 2.0, 1e-15, [](double x) { return (x - 1) * 1e-10; }), 0.0);
-    // Secant: no root runs the 49 steps; a flat secant stops at once.
+    // Secant: no root runs the 49 steps; |f| < 1e-9 stops a full step; a flat secant stops.
     A::Secant(0.0, 1.0, 0.0, n([](double x) { return std::cos(x) + 2; }));
     EXPECT_EQ(std::exchange(calls, 0), 2 + 49);
+    EXPECT_EQ(A::Secant(0.0, 3.0, 0.0, n([](double x) { return (x - 1) * 1e-8; })), 1.0);
+    EXPECT_EQ(std::exchange(calls, 0), 3);
     EXPECT_EQ(A::Secant(0.0, 1.0, 1e-9, [](double) { return 3.0; }), 1.0);
     // Brent: no sign change (the end with the smaller |f| comes back); a sign change
     // without a zero runs into the 100-iteration cap; |f(b)| < 1e-9.
@@ -235,7 +236,7 @@ TEST(AlgebraRootFinders, StoppingRulesAndCaps) {
     EXPECT_EQ(A::Brent(0.5, 2.0, 1e-9, noRoot), 0.5);
     EXPECT_NEAR(A::Brent(0.0, 1.0, -1.0, n(Step)), 0.3, 1e-9);
     EXPECT_EQ(std::exchange(calls, 0), 2 + 100);
-    EXPECT_EQ(A::Brent(0.0, 2.0, 0.0, [](double x) { return (x - 2) * 1e-10; }), 2.0);
+    EXPECT_EQ(A::Brent(0.0, 3.0, 0.0, [](double x) { return (x - 2.5) * 1e-10; }), 3.0);
     // Newton: from 2.55 the iterates converge to 2.0946, below the interval [2.1, 3].
     EXPECT_EQ(A::Newton(2.1, 3.0, 1e-12, root, Cubic, CubicSlope), 0);
     EXPECT_EQ(A::Newton(-1.0, 1.0, 1e-12, root, NoRoot, Twice), 0);          // zero slope, no root
@@ -244,7 +245,7 @@ TEST(AlgebraRootFinders, StoppingRulesAndCaps) {
     EXPECT_EQ(root, -7.0);
     // SafeNewton converges where Newton cycles; an end with |f| < 1e-9 comes back at once.
     EXPECT_NEAR(A::SafeNewton(-2.0, 1.0, 1e-13, Cycler, CubicSlope), -1.7692923542386314, 1e-12);
-    EXPECT_EQ(A::SafeNewton(1e-10, 5.0, 1e-9, Twice, Twice), 1e-10);
+    EXPECT_EQ(A::SafeNewton(1e-10, -5.0, 1e-9, Twice, Twice), 1e-10);
     EXPECT_EQ(A::SafeNewton(0.5, 2.0, 1e-9, NoRoot, Twice), 0.5);  // no sign change
     // A sign change without a zero: bisection until the 100-iteration cap or no progress.
     EXPECT_NEAR(A::SafeNewton(0.0, 1.0, 0.0, n(Step), [](double) { return 0.0; }), 0.3, 1e-15);
