@@ -14,6 +14,8 @@
 //    inline template that passes the library a non-owning reference to it. The callable is only
 //    used during the call and is never stored.
 // No std::function is involved and nothing is allocated.
+// Tolerances (prec, tol) take the element type of the other arguments: a double literal passed
+// with float arguments converts instead of failing deduction.
 #ifndef ML_ALGEBRA_H
 #define ML_ALGEBRA_H
 
@@ -206,22 +208,22 @@ public:
     // |f| <= 1e-9 is returned at once. Without a sign change between the ends the iteration
     // closes in on x2, which is then returned (it is not a root).
     template <class T>
-    static T Bisection(T x1, T x2, T tol, Function<T> f) {
+    static T Bisection(T x1, T x2, ml::detail::non_deduced_t<T> tol, Function<T> f) {
         return DoBisection<T>(x1, x2, tol, f);
     }
     template <class T, class F>
-    static T Bisection(T x1, T x2, T tol, F&& f) {
+    static T Bisection(T x1, T x2, ml::detail::non_deduced_t<T> tol, F&& f) {
         return DoBisection<T>(x1, x2, tol, ml::detail::function_ref<T>(f));
     }
 
     // Secant iteration from the end with the smaller |f|; at most 49 steps, stops when
     // |dx| < tol or |f| < 1e-9, or when the secant is flat. Returns the last iterate.
     template <class T>
-    static T Secant(T x1, T x2, T tol, Function<T> f) {
+    static T Secant(T x1, T x2, ml::detail::non_deduced_t<T> tol, Function<T> f) {
         return DoSecant<T>(x1, x2, tol, f);
     }
     template <class T, class F>
-    static T Secant(T x1, T x2, T tol, F&& f) {
+    static T Secant(T x1, T x2, ml::detail::non_deduced_t<T> tol, F&& f) {
         return DoSecant<T>(x1, x2, tol, ml::detail::function_ref<T>(f));
     }
 
@@ -230,11 +232,11 @@ public:
     // |f(b)| < 1e-9. Returns the estimate b. Without a sign change it returns the end with the
     // smaller |f| and does not iterate.
     template <class T>
-    static T Brent(T x1, T x2, T tol, Function<T> f) {
+    static T Brent(T x1, T x2, ml::detail::non_deduced_t<T> tol, Function<T> f) {
         return DoBrent<T>(x1, x2, tol, f);
     }
     template <class T, class F>
-    static T Brent(T x1, T x2, T tol, F&& f) {
+    static T Brent(T x1, T x2, ml::detail::non_deduced_t<T> tol, F&& f) {
         return DoBrent<T>(x1, x2, tol, ml::detail::function_ref<T>(f));
     }
 
@@ -242,11 +244,12 @@ public:
     // returns 0 with root unchanged when an iterate leaves [x1, x2] (a zero derivative away from
     // a root counts as leaving) or after 19 iterations without convergence.
     template <class T>
-    static int Newton(T x1, T x2, T tol, T& root, Function<T> f, Function<T> df) {
+    static int Newton(T x1, T x2, ml::detail::non_deduced_t<T> tol, T& root, Function<T> f,
+                      Function<T> df) {
         return DoNewton<T>(x1, x2, tol, root, f, df);
     }
     template <class T, class F, class DF>
-    static int Newton(T x1, T x2, T tol, T& root, F&& f, DF&& df) {
+    static int Newton(T x1, T x2, ml::detail::non_deduced_t<T> tol, T& root, F&& f, DF&& df) {
         return DoNewton<T>(x1, x2, tol, root, ml::detail::function_ref<T>(f),
                            ml::detail::function_ref<T>(df));
     }
@@ -255,11 +258,12 @@ public:
     // stops when |dx| < tol. An end where |f| < 1e-9 is returned at once. Without a sign change
     // it returns the end with the smaller |f|.
     template <class T>
-    static T SafeNewton(T x1, T x2, T tol, Function<T> f, Function<T> df) {
+    static T SafeNewton(T x1, T x2, ml::detail::non_deduced_t<T> tol, Function<T> f,
+                        Function<T> df) {
         return DoSafeNewton<T>(x1, x2, tol, f, df);
     }
     template <class T, class F, class DF>
-    static T SafeNewton(T x1, T x2, T tol, F&& f, DF&& df) {
+    static T SafeNewton(T x1, T x2, ml::detail::non_deduced_t<T> tol, F&& f, DF&& df) {
         return DoSafeNewton<T>(x1, x2, tol, ml::detail::function_ref<T>(f),
                                ml::detail::function_ref<T>(df));
     }
